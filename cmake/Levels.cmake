@@ -1,0 +1,52 @@
+# The instruction-set levels and how their kernels are compiled.
+#
+# A level is a namespace (qsl::<level>), a set of compiler flags and a header simd/<level>.h.
+# Every kernel source is compiled with QSL_LEVEL defined to its level's name; bodies that are
+# written once are included by the source file of each level and land in that namespace.
+
+set(QSL_LEVELS p4 p4m p4m3 avx avx2 avx512 cnr)
+
+set(QSL_LEVEL_FLAGS_p4 -msse2)
+set(QSL_LEVEL_FLAGS_p4m -mssse3)
+set(QSL_LEVEL_FLAGS_p4m3 -msse4.2)
+set(QSL_LEVEL_FLAGS_avx -mavx)
+set(QSL_LEVEL_FLAGS_avx2 -mavx2 -mfma -mbmi -mbmi2 -mlzcnt)
+set(QSL_LEVEL_FLAGS_avx512
+    -mavx2 -mfma -mbmi -mbmi2 -mlzcnt -mavx512f -mavx512dq -mavx512bw -mavx512vl)
+# The reproducible body is shared by the two lowest levels, so it may use SSE2 only.
+set(QSL_LEVEL_FLAGS_cnr -msse2)
+
+# Callers may arrive with a stack aligned to 4 bytes only: every function realigns what it needs.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  set(QSL_STACK_FLAGS -mpreferred-stack-boundary=4 -mincoming-stack-boundary=2)
+else()
+  set(QSL_STACK_FLAGS -mstackrealign)
+endif()
+
+add_library(qsl_compile_options INTERFACE)
+target_compile_features(qsl_compile_options INTERFACE cxx_std_20)
+target_include_directories(qsl_compile_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+target_compile_options(qsl_compile_options INTERFACE
+    ${QSL_STACK_FLAGS}
+    -fvisibility=hidden -fno-exceptions -fno-rtti -fno-threadsafe-statics
+    -ffp-contract=off -fno-math-errno -fno-lto -fno-strict-aliasing
+    -Wall -Wextra -Werror -Wshadow -Wconversion -Wno-sign-conversion -Wundef)
+target_compile_definitions(qsl_compile_options INTERFACE QSL_BUILDING)
+
+# The frame runs before the processor is known: plain i686, no vector instructions at all.
+set(QSL_FRAME_FLAGS -march=i686 -mtune=generic -mno-mmx -mno-sse -mfpmath=387)
+
+set(QSL_KERNEL_FLAGS -march=i686 -mtune=generic -mfpmath=sse -fomit-frame-pointer)
+
+# qsl_add_kernels(<level> <source>...): adds sources to the objects of one level.
+function(qsl_add_kernels level)
+  if(NOT TARGET qsl_kernels_${level})
+    add_library(qsl_kernels_${level} OBJECT)
+    target_link_libraries(qsl_kernels_${level} PRIVATE qsl_compile_options)
+    target_compile_options(qsl_kernels_${level} PRIVATE
+        ${QSL_KERNEL_FLAGS} ${QSL_LEVEL_FLAGS_${level}})
+    target_compile_definitions(qsl_kernels_${level} PRIVATE QSL_LEVEL=${level})
+    set_target_properties(qsl_kernels_${level} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+  endif()
+  target_sources(qsl_kernels_${level} PRIVATE ${ARGN})
+endfunction()

@@ -1,0 +1,46 @@
+/**
+ * @file types.h
+ * @brief Types and selectors that all families share.
+ */
+#ifndef QSL_TYPES_H
+#define QSL_TYPES_H
+
+/** Marks an exported function. */
+#if defined(QSL_STATIC)
+#define QSL_API
+#elif defined(_WIN32)
+#ifdef QSL_BUILDING
+#define QSL_API
+#else
+#define QSL_API __declspec(dllimport)
+#endif
+#else
+#define QSL_API __attribute__((visibility("default")))
+#endif
+
+/** A complex number in double precision: real part first, 16 bytes. */
+typedef struct complex_double {
+  double real; /**< Real part. */
+  double imag; /**< Imaginary part. */
+} complex_double;
+
+/** A complex number in single precision: real part first, 8 bytes. */
+typedef struct complex_float {
+  float real; /**< Real part. */
+  float imag; /**< Imaginary part. */
+} complex_float;
+
+/** Storage order of a matrix. */
+typedef enum CBLAS_LAYOUT {
+  CblasRowMajor = 101, /**< Rows are contiguous. */
+  CblasColMajor = 102  /**< Columns are contiguous. */
+} CBLAS_LAYOUT;
+
+/** How a matrix operand is used. */
+typedef enum CBLAS_TRANSPOSE {
+  CblasNoTrans = 111,  /**< As it is. */
+  CblasTrans = 112,    /**< Transposed. */
+  CblasConjTrans = 113 /**< Conjugated and transposed. */
+} CBLAS_TRANSPOSE;
+
+#endif /* QSL_TYPES_H */
