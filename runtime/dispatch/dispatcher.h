@@ -1,0 +1,83 @@
+// Dispatchers: one per internal routine, with one cached code pointer.
+//
+// A dispatcher's fast path is a load of its slot, a test and an indirect jump. It leaves the stack
+// and every argument alone, which is why it is written as a naked function: compiled C++ would
+// reload the arguments and pass doubles through the x87 unit, which quiets signalling NaNs.
+//
+//   QSL_DECLARE_VARIANTS(double, ddot, (int n, const double* x, int incx, ...))   in a header:
+//       declares qsl::<level>::ddot for the seven levels and qsl_dispatch_ddot;
+//   QSL_DISPATCHER(double, ddot, (int n, const double* x, int incx, ...))         in one source:
+//       defines qsl_dispatch_ddot over these variants.
+//
+// A routine without a reproducible body uses QSL_DECLARE_VARIANTS_6 and QSL_DISPATCHER_6.
+#pragma once
+
+namespace qsl {
+
+using Code = void (*)();
+
+// The variants of one routine. `cnr` is null for a routine without a reproducible body.
+struct Variants {
+  Code p4, p4m, p4m3, avx, avx2, avx512, cnr;
+};
+
+// The slow path: decides the variant, stores it in the slot and returns what the slot then holds.
+// A processor type without variants ends the process.
+Code resolve_variant(Code volatile* slot, const Variants& variants);
+
+}  // namespace qsl
+
+// The slot's value in eax. On ELF the address is relative to the program counter, so that the code
+// needs no relocation; a PE file is relocated as a whole.
+#if defined(__ELF__)
+#define QSL_ASM_NAME(name) #name
+#define QSL_ASM_LOAD_SLOT(routine) \
+  "call qsl_pc_thunk\n"            \
+  "1: movl qsl_slot_" #routine " - 1b(%eax), %eax\n"
+#else
+#define QSL_ASM_NAME(name) "_" #name
+#define QSL_ASM_LOAD_SLOT(routine) "movl _qsl_slot_" #routine ", %eax\n"
+#endif
+
+#define QSL_DECLARE_VARIANTS_6(result, routine, arguments)                \
+  namespace qsl {                                                         \
+  namespace p4 { result routine arguments; }                              \
+  namespace p4m { result routine arguments; }                             \
+  namespace p4m3 { result routine arguments; }                            \
+  namespace avx { result routine arguments; }                             \
+  namespace avx2 { result routine arguments; }                            \
+  namespace avx512 { result routine arguments; }                          \
+  }                                                                       \
+  extern "C" result qsl_dispatch_##routine arguments
+
+#define QSL_DECLARE_VARIANTS(result, routine, arguments) \
+  namespace qsl { namespace cnr { result routine arguments; } } \
+  QSL_DECLARE_VARIANTS_6(result, routine, arguments)
+
+#define QSL_VARIANT(level, routine) reinterpret_cast<qsl::Code>(&qsl::level::routine)
+
+#define QSL_DEFINE_DISPATCHER(result, routine, arguments, reproducible)                       \
+  extern "C" {                                                                                \
+  [[gnu::used]] qsl::Code volatile qsl_slot_##routine = nullptr;                              \
+  [[gnu::used]] qsl::Code qsl_resolve_##routine() {                                           \
+    static const qsl::Variants variants = {                                                   \
+        QSL_VARIANT(p4, routine),   QSL_VARIANT(p4m, routine),  QSL_VARIANT(p4m3, routine),   \
+        QSL_VARIANT(avx, routine),  QSL_VARIANT(avx2, routine), QSL_VARIANT(avx512, routine), \
+        reproducible};                                                                        \
+    return qsl::resolve_variant(&qsl_slot_##routine, variants);                               \
+  }                                                                                           \
+  [[gnu::naked]] result qsl_dispatch_##routine arguments {                                    \
+    asm(QSL_ASM_LOAD_SLOT(routine)                                                            \
+        "testl %eax, %eax\n"                                                                  \
+        "je 2f\n"                                                                             \
+        "jmp *%eax\n"                                                                         \
+        "2: call " QSL_ASM_NAME(qsl_resolve_##routine) "\n"                                   \
+        "jmp *%eax\n");                                                                       \
+  }                                                                                           \
+  }                                                                                           \
+  static_assert(true, "")
+
+#define QSL_DISPATCHER(result, routine, arguments) \
+  QSL_DEFINE_DISPATCHER(result, routine, arguments, QSL_VARIANT(cnr, routine))
+#define QSL_DISPATCHER_6(result, routine, arguments) \
+  QSL_DEFINE_DISPATCHER(result, routine, arguments, nullptr)
