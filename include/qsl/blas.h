@@ -51,8 +51,8 @@ QSL_API double cblas_ddot(int n, const double *x, int incx, const double *y, int
  * @brief Complex update y := alpha * x + y in double precision.
  *
  * @param n      Number of complex elements. 0 or less: nothing happens.
- * @param alpha  Points to one complex_double. When both parts equal zero (of either sign) nothing
- *               is read or written; a NaN is not zero.
+ * @param alpha  Points to one complex_double. When both parts equal zero (of either sign), or
+ *               the pointer is null, nothing is read or written; a NaN is not zero.
  * @param x      Complex vector of 1 + (n - 1) * |incx| elements; read.
  * @param incx   Stride of @p x.
  * @param y      Complex vector of 1 + (n - 1) * |incy| elements; read and written.

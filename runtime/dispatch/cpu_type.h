@@ -45,6 +45,7 @@ int qsl_enable_avx_get();
 int qsl_enable_avx2_get();
 int qsl_enable_avx512_get();
 
+extern int qsl_cpu_type_cached;  // folded; negative while undecided
 extern const char* const qsl_cpu_type_module[10];
 }
 

@@ -1,0 +1,20 @@
+#include "runtime/lifecycle.h"
+
+#include "runtime/memory/memory.h"
+
+extern "C" {
+
+void qsl_process_attach() { qsl_mm_bind_backend(); }
+
+void qsl_thread_detach() {
+  qsl_thread_state_free();
+  qsl_mm_thread_exit();
+}
+
+void qsl_process_detach(bool process_ending) {
+  if (process_ending) return;
+  qsl_thread_state_free();
+  qsl_thread_state_shutdown();
+  qsl_shutdown();
+}
+}

@@ -1,0 +1,121 @@
+#include "runtime/memory/locks.h"
+
+#include "runtime/platform/platform.h"
+
+namespace qsl::memory {
+
+SpinWord entry_words[kOwnWords];
+int shared_word = 0;
+
+namespace {
+
+// Attempts before a bounded wait gives up. The later ones give the time slice away, so that a
+// holder that merely waits for its turn gets it.
+constexpr int kPauses = 5000;
+constexpr int kYields = 2000;
+
+class Attempts {
+ public:
+  bool next() {
+    ++made_;
+    if (made_ <= kPauses) {
+      __builtin_ia32_pause();
+    } else {
+      platform::yield();
+    }
+    return made_ < kPauses + kYields;
+  }
+
+ private:
+  int made_ = 0;
+};
+
+void release_words(std::uint32_t count) {
+  while (count > 0) {
+    --count;
+    QSL_NOTE_UNLOCKING(&entry_words[count].word, 1);
+    __atomic_store_n(&entry_words[count].word, 0, __ATOMIC_RELEASE);
+  }
+  QSL_NOTE_UNLOCKING(&shared_word, 1);
+  __atomic_store_n(&shared_word, 0, __ATOMIC_RELEASE);
+  trace_pop();
+}
+
+}  // namespace
+
+void share() {
+  int seen = __atomic_load_n(&shared_word, __ATOMIC_RELAXED);
+  for (;;) {
+    if ((seen & 1) != 0) {
+      seen = __atomic_load_n(&shared_word, __ATOMIC_RELAXED);
+    } else if (__atomic_compare_exchange_n(&shared_word, &seen, seen + kSharer, false,
+                                           __ATOMIC_ACQUIRE, __ATOMIC_RELAXED)) {
+      break;
+    }
+  }
+  QSL_NOTE_LOCKED(&shared_word, 0);
+}
+
+void unshare() {
+  QSL_NOTE_UNLOCKING(&shared_word, 0);
+  __atomic_fetch_sub(&shared_word, kSharer, __ATOMIC_RELEASE);
+}
+
+void walker_lock() {
+  trace_push();
+  while (!try_word(shared_word)) {
+  }
+  QSL_NOTE_LOCKED(&shared_word, 1);
+  for (SpinWord& own : entry_words) {
+    while (!try_word(own.word)) {
+    }
+    QSL_NOTE_LOCKED(&own.word, 1);
+  }
+}
+
+bool walker_try_lock() {
+  Attempts attempts;
+  trace_push();
+  while (!try_word(shared_word)) {
+    if (!attempts.next()) {
+      trace_pop();
+      return false;
+    }
+  }
+  QSL_NOTE_LOCKED(&shared_word, 1);
+  for (std::uint32_t i = 0; i < kOwnWords; ++i) {
+    while (!try_word(entry_words[i].word)) {
+      if (!attempts.next()) {
+        release_words(i);
+        return false;
+      }
+    }
+    QSL_NOTE_LOCKED(&entry_words[i].word, 1);
+  }
+  return true;
+}
+
+void walker_unlock() { release_words(kOwnWords); }
+
+bool try_acquire(volatile int* word) {
+  Attempts attempts;
+  trace_push();
+  int* plain = const_cast<int*>(word);
+  while (!try_word(*plain)) {
+    if (!attempts.next()) {
+      trace_pop();
+      return false;
+    }
+  }
+  QSL_NOTE_LOCKED(plain, 1);
+  return true;
+}
+
+bool obtainable(volatile int* word) {
+  if (!try_acquire(word)) return false;
+  QSL_NOTE_UNLOCKING(const_cast<int*>(word), 1);
+  qsl_lock_release(word);
+  return true;
+}
+
+}  // namespace qsl::memory

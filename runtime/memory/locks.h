@@ -1,0 +1,96 @@
+// The locks of the memory manager.
+//
+// Normal traffic holds one word only: threads with an index from 1 to 1024 a word of their own, all
+// others the shared word, as sharers. A walker of the whole registry holds the shared word alone and
+// then every other word, so it excludes everybody. A thread holds at most one of these; after them,
+// in this order, come the registry's lock, the high-bandwidth limit's and the statistics'.
+#pragma once
+
+#include <cstdint>
+
+#include "runtime/dispatch/lock.h"
+#include "runtime/memory/annotations.h"
+
+namespace qsl::memory {
+
+inline constexpr std::uint32_t kOwnWords = 1024;
+inline constexpr int kSharer = 2;  // each sharer adds this; bit 0 is the walker's
+
+// A lock word that has its cache line to itself.
+struct alignas(64) SpinWord {
+  int word;
+};
+
+extern SpinWord entry_words[kOwnWords];
+extern int shared_word;
+
+void share();
+void unshare();
+
+inline void trace_push() {
+  if (auto push = qsl_trace_push_hook) push(255);
+}
+
+inline void trace_pop() {
+  if (auto pop = qsl_trace_pop_hook) pop();
+}
+
+inline bool try_word(int& word) {
+  int free = 0;
+  return __atomic_compare_exchange_n(&word, &free, 1, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED);
+}
+
+// Takes the lock of a registry index; 0 is a thread without one.
+inline void lock_entry(std::uint32_t index) {
+  trace_push();
+  if (index - 1 < kOwnWords) [[likely]] {
+    int& word = entry_words[index - 1].word;
+    while (!try_word(word)) [[unlikely]] {
+    }
+    QSL_NOTE_LOCKED(&word, 1);
+  } else {
+    share();
+  }
+}
+
+inline void unlock_entry(std::uint32_t index) {
+  if (index - 1 < kOwnWords) [[likely]] {
+    int& word = entry_words[index - 1].word;
+    QSL_NOTE_UNLOCKING(&word, 1);
+    __atomic_store_n(&word, 0, __ATOMIC_RELEASE);
+  } else {
+    unshare();
+  }
+  trace_pop();
+}
+
+void walker_lock();
+// Gives up after some thousand attempts: a thread that held one of the words when the process was
+// forked does not exist in the child and never lets go.
+bool walker_try_lock();
+void walker_unlock();
+
+// The same bound for an ordinary spin lock.
+bool try_acquire(volatile int* word);
+// True when the lock can be had, which is then left alone.
+bool obtainable(volatile int* word);
+
+// Holds a spin lock for a scope.
+class Guard {
+ public:
+  explicit Guard(volatile int* word) : word_(word) {
+    qsl_lock_acquire(word_);
+    QSL_NOTE_LOCKED(const_cast<int*>(word_), 1);
+  }
+  ~Guard() {
+    QSL_NOTE_UNLOCKING(const_cast<int*>(word_), 1);
+    qsl_lock_release(word_);
+  }
+  Guard(const Guard&) = delete;
+  Guard& operator=(const Guard&) = delete;
+
+ private:
+  volatile int* word_;
+};
+
+}  // namespace qsl::memory
