@@ -97,6 +97,11 @@ bool walker_try_lock() {
 
 void walker_unlock() { release_words(kOwnWords); }
 
+void acquire(volatile int* word) {
+  qsl_lock_acquire(word);
+  QSL_NOTE_LOCKED(const_cast<int*>(word), 1);
+}
+
 bool try_acquire(volatile int* word) {
   Attempts attempts;
   trace_push();
@@ -111,10 +116,14 @@ bool try_acquire(volatile int* word) {
   return true;
 }
 
-bool obtainable(volatile int* word) {
-  if (!try_acquire(word)) return false;
+void release(volatile int* word) {
   QSL_NOTE_UNLOCKING(const_cast<int*>(word), 1);
   qsl_lock_release(word);
+}
+
+bool obtainable(volatile int* word) {
+  if (!try_acquire(word)) return false;
+  release(word);
   return true;
 }
 

@@ -70,22 +70,18 @@ void walker_lock();
 bool walker_try_lock();
 void walker_unlock();
 
-// The same bound for an ordinary spin lock.
+// The ordinary spin lock, and the same bound for it.
+void acquire(volatile int* word);
 bool try_acquire(volatile int* word);
+void release(volatile int* word);
 // True when the lock can be had, which is then left alone.
 bool obtainable(volatile int* word);
 
 // Holds a spin lock for a scope.
 class Guard {
  public:
-  explicit Guard(volatile int* word) : word_(word) {
-    qsl_lock_acquire(word_);
-    QSL_NOTE_LOCKED(const_cast<int*>(word_), 1);
-  }
-  ~Guard() {
-    QSL_NOTE_UNLOCKING(const_cast<int*>(word_), 1);
-    qsl_lock_release(word_);
-  }
+  explicit Guard(volatile int* word) : word_(word) { acquire(word_); }
+  ~Guard() { release(word_); }
   Guard(const Guard&) = delete;
   Guard& operator=(const Guard&) = delete;
 

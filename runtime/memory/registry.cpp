@@ -23,7 +23,7 @@ void close_ticket_slot(void*) {
   const bool locked = try_acquire(&registry_lock);
   ticket_slot = Slot::closed;
   platform::thread_blocks_close(platform::ThreadBlock::ticket);
-  if (locked) qsl_lock_release(&registry_lock);
+  if (locked) release(&registry_lock);
 }
 
 Ticket* make_ticket() {
