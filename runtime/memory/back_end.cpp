@@ -2,10 +2,7 @@
 
 #include <cstring>
 
-#include "runtime/memory/annotations.h"
-#include "runtime/memory/atomic.h"
 #include "runtime/memory/high_bandwidth.h"
-#include "runtime/memory/locks.h"
 #include "runtime/memory/memory.h"
 
 namespace qsl::memory {
@@ -14,8 +11,6 @@ BackEnd back_end = {};
 platform::Allocator bound_allocator = {};
 
 namespace {
-
-int bind_lock = 0;
 
 // The library's symbol holds a pointer to the function.
 template <typename Function>
@@ -116,8 +111,8 @@ void* internal_realloc(void* block, std::size_t size) {
 
 }  // namespace qsl::memory
 
+// No lock: at load nobody else is here, and later the set-up holds its own.
 extern "C" void qsl_mm_bind_backend() {
   namespace memory = qsl::memory;
-  memory::Guard guard(&memory::bind_lock);
   if (memory::bound_allocator.malloc == nullptr) memory::bound_allocator = memory::find_allocator();
 }

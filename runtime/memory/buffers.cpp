@@ -113,5 +113,5 @@ extern "C" void qsl_mm_thread_exit() {
     Walk walk;
     if (ticket->generation == registry.generation) settle(ticket->index);
   }
-  platform::thread_block_free(platform::ThreadBlock::ticket);
+  qsl::platform::thread_block_free(qsl::platform::ThreadBlock::ticket);
 }

@@ -6,6 +6,7 @@ namespace qsl::memory {
 
 SpinWord entry_words[kOwnWords];
 int shared_word = 0;
+volatile int thread_slots_lock = 0;
 
 namespace {
 

@@ -3,7 +3,8 @@
 // Normal traffic holds one word only: threads with an index from 1 to 1024 a word of their own, all
 // others the shared word, as sharers. A walker of the whole registry holds the shared word alone and
 // then every other word, so it excludes everybody. A thread holds at most one of these; after them,
-// in this order, come the registry's lock, the high-bandwidth limit's and the statistics'.
+// in this order, come the registry's lock, that of the thread-local slots, the high-bandwidth
+// limit's and the statistics'.
 #pragma once
 
 #include <cstdint>
@@ -69,6 +70,9 @@ void walker_lock();
 // forked does not exist in the child and never lets go.
 bool walker_try_lock();
 void walker_unlock();
+
+// Opening and closing the platform's thread-local slots, whichever kind.
+extern volatile int thread_slots_lock;
 
 // The ordinary spin lock, and the same bound for it.
 void acquire(volatile int* word);

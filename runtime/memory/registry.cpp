@@ -20,13 +20,15 @@ enum class Slot { unopened, open, closed };
 Slot ticket_slot = Slot::unopened;
 
 void close_ticket_slot(void*) {
-  const bool locked = try_acquire(&registry_lock);
+  const bool locked = try_acquire(&thread_slots_lock);
   ticket_slot = Slot::closed;
   platform::thread_blocks_close(platform::ThreadBlock::ticket);
-  if (locked) release(&registry_lock);
+  if (locked) release(&thread_slots_lock);
 }
 
+// Opening and making go together: a shut-down in between would take the slot away again.
 Ticket* make_ticket() {
+  Guard guard(&thread_slots_lock);
   if (ticket_slot == Slot::unopened && platform::thread_blocks_open(platform::ThreadBlock::ticket)) {
     ticket_slot = Slot::open;
     qsl_mm_at_shutdown(close_ticket_slot, nullptr);

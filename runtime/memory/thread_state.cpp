@@ -8,12 +8,11 @@
 namespace qsl::memory {
 namespace {
 
-int state_lock = 0;
 bool state_open = false;
 
 // Opening and making go together: a shut-down in between would take the slot away again.
 void* make_state() {
-  Guard guard(&state_lock);
+  Guard guard(&thread_slots_lock);
   if (!state_open) state_open = platform::thread_blocks_open(platform::ThreadBlock::state);
   return state_open ? platform::thread_block_make(platform::ThreadBlock::state) : nullptr;
 }
@@ -44,11 +43,11 @@ void qsl_thread_state_free() {
 
 void qsl_thread_state_shutdown() {
   using namespace qsl::memory;
-  const bool locked = try_acquire(&state_lock);
+  const bool locked = try_acquire(&thread_slots_lock);
   if (state_open) {
     state_open = false;
     qsl::platform::thread_blocks_close(qsl::platform::ThreadBlock::state);
   }
-  if (locked) release(&state_lock);
+  if (locked) release(&thread_slots_lock);
 }
 }
