@@ -36,6 +36,17 @@ target_compile_definitions(qsl_compile_options INTERFACE QSL_BUILDING)
 # The frame runs before the processor is known: plain i686, no vector instructions at all.
 set(QSL_FRAME_FLAGS -march=i686 -mtune=generic -mno-mmx -mno-sse -mfpmath=387)
 
+# qsl_add_entries(<source>...): adds exported routines and their interface functions to the frame.
+# They leave the stack as it comes, which saves a realignment a call: everything that they call is
+# the library's own and realigns for itself.
+function(qsl_add_entries)
+  target_sources(qsl_frame PRIVATE ${ARGN})
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    set_source_files_properties(${ARGN} TARGET_DIRECTORY qsl_frame
+        PROPERTIES COMPILE_OPTIONS -mpreferred-stack-boundary=2)
+  endif()
+endfunction()
+
 set(QSL_KERNEL_FLAGS -march=i686 -mtune=generic -mfpmath=sse -fomit-frame-pointer)
 
 # qsl_add_kernels(<level> <source>...): adds sources to the objects of one level.
