@@ -1,0 +1,70 @@
+// Level-1 routines, level p4: SSE2.
+#include "blas/level1/routines.h"
+
+#include "simd/p4.h"
+
+#include "blas/level1/kernels/copy.h"
+#include "blas/level1/kernels/daxpy.h"
+#include "blas/level1/kernels/dot.h"
+#include "blas/level1/kernels/zaxpy.h"
+
+namespace qsl::p4 {
+
+struct DotShape {
+  using Vector = f64x2;
+  static constexpr int block = 16;
+  static constexpr auto unit_stride = both_strides_one_or_minus_one;
+  static constexpr auto alignment = DotAlignment::same_phase;
+  static constexpr auto remainder = DotRemainder::halving;
+  static constexpr auto strided = DotStrided::in_order;
+};
+
+struct ZaxpyShape {
+  using Vector = f64x2;
+  static constexpr int block = 4;
+  static constexpr int minimum = 1;
+  static constexpr auto remainder = ZaxpyRemainder::singles;
+  static constexpr auto alignment = ZaxpyAlignment::none;
+  using Access = HalvesAccess;
+  static constexpr int strided_block = 1;
+};
+
+struct DaxpyShape {
+  using Vector = f64x2;
+  static constexpr int block = 4;
+  static constexpr int minimum = 4;
+  static constexpr int short_vector = 48;
+};
+
+struct DcopyShape {
+  using Vector = f64x2;
+  static constexpr int block = 16;
+  static constexpr unsigned string_bytes = 15000;
+};
+
+struct ZcopyShape {
+  static constexpr int strided_block = 2;
+};
+
+double ddot(int n, const double* x, int incx, const double* y, int incy) {
+  return dot<DotShape>(n, x, incx, y, incy);
+}
+
+void daxpy(int n, const double* a, const double* x, int incx, double* y, int incy) {
+  daxpy<DaxpyShape>(n, a, x, incx, y, incy);
+}
+
+void zaxpy(int n, const complex_double* alpha, const complex_double* x, int incx, complex_double* y,
+           int incy) {
+  zaxpy<ZaxpyShape>(n, alpha, x, incx, y, incy);
+}
+
+void dcopy(int n, const double* x, int incx, double* y, int incy) {
+  dcopy<DcopyShape>(n, x, incx, y, incy);
+}
+
+void zcopy(int n, const complex_double* x, int incx, complex_double* y, int incy) {
+  zcopy<ZcopyShape, DcopyShape>(n, x, incx, y, incy);
+}
+
+}  // namespace qsl::p4

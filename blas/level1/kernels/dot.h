@@ -1,0 +1,285 @@
+// The dot product: one plan, told by the shape of a level.
+//
+// The products go to four independent accumulators, which hides the latency of the additions; at
+// the end the sum is (a0 + a1) + (a2 + a3), then upper half + lower half of the register until one
+// lane remains. The shape fixes which product goes where, and with it every bit of the result.
+// Vector j of a block goes to accumulator j mod 4, and accumulators start at +0.
+//
+// Error: n * eps * sum |x[i] * y[i]| to first order, for any order of summation (Higham, Accuracy
+// and Stability of Numerical Algorithms, 2nd ed., section 3.1).
+//
+// A shape:
+//   Vector              the register that the blocks use
+//   block               elements per pass of the main loop
+//   bool unit_stride(incx, incy)
+//   alignment           DotAlignment
+//   remainder           DotRemainder
+//   strided             DotStrided
+#pragma once
+
+#include "blas/level1/kernels/stride.h"
+
+namespace qsl::QSL_LEVEL {
+
+enum class DotAlignment {
+  // Unaligned loads.
+  none,
+  // Both arrays 16-byte aligned, after one element where both are 8 modulo 16; arrays of different
+  // phase take the strided path.
+  same_phase,
+  // One element first where y needs it, then y is aligned; x of the other phase is read by aligned
+  // loads too, and pairs are put together from neighbours. Arrays that are not 8-byte aligned are
+  // read unaligned, without the peel.
+  realigned,
+};
+
+enum class DotRemainder {
+  // block / 2, block / 4, ... elements, down to one vector; then one element into lane 0 of a0.
+  halving,
+  // Pairs into a0, one after another; one element after the reduction.
+  pairs,
+  // After the reduction: one vector per pass into a register seeded with the sum; then one by one.
+  seeded,
+  // block / 2, block / 4, ... elements, down to one vector; then a masked vector into a0.
+  masked,
+};
+
+enum class DotStrided {
+  // One accumulator, in element order.
+  in_order,
+  // Eight elements per pass as four pairs, then pairs into a0, then one after the reduction.
+  pairs_of_8,
+  // Sixteen elements per pass as two vectors of eight lanes into a0 and a1, then eight into a0,
+  // then
+  // the rest masked into a0.
+  gathers_of_16,
+};
+
+// How x or y is fetched.
+struct AtAnyAddress {
+  template <class Vector>
+  QSL_INLINE static Vector load(const double* p) {
+    return Vector::load(p);
+  }
+};
+struct AtAlignedAddress {
+  template <class Vector>
+  QSL_INLINE static Vector load(const double* p) {
+    return Vector::load_aligned(p);
+  }
+};
+
+template <class Vector>
+struct DotAccumulators {
+  Vector a[4] = {Vector::zero(), Vector::zero(), Vector::zero(), Vector::zero()};
+
+  template <int i>
+  QSL_INLINE void add_product(Vector x, Vector y) {
+    a[i % 4] = mul_add(x, y, a[i % 4]);
+  }
+  // `vectors` vectors from x and y.
+  template <int vectors, class FetchX, class FetchY>
+  QSL_INLINE void add_block(const double* x, const double* y) {
+    unroll<vectors>([&](auto j) QSL_INLINE_LAMBDA {
+      constexpr int at = j.value * Vector::lanes;
+      add_product<j.value>(FetchX::template load<Vector>(x + at),
+                           FetchY::template load<Vector>(y + at));
+    });
+  }
+  QSL_INLINE double sum() const { return sum_lanes((a[0] + a[1]) + (a[2] + a[3])); }
+};
+
+// What is left of two unit-stride vectors.
+struct DotRest {
+  int n;
+  const double* x;
+  const double* y;
+
+  QSL_INLINE void advance(int elements) {
+    x += elements;
+    y += elements;
+    n -= elements;
+  }
+};
+
+// The blocks of half the size and less: bits of the count, one block of each size at most.
+template <int elements, class FetchX, class FetchY, class Vector>
+QSL_INLINE void dot_halving(DotAccumulators<Vector>& accumulators, DotRest& rest) {
+  if constexpr (elements >= Vector::lanes) {
+    if (rest.n & elements) {
+      accumulators.template add_block<elements / Vector::lanes, FetchX, FetchY>(rest.x, rest.y);
+      rest.advance(elements);
+    }
+    dot_halving<elements / 2, FetchX, FetchY>(accumulators, rest);
+  }
+}
+
+// The remainder, the reduction and the elements after it. `peeled` is added to the reduced sum.
+template <class Shape, class FetchX, class FetchY>
+QSL_INLINE double dot_finish(DotAccumulators<typename Shape::Vector>& accumulators, DotRest rest,
+                             [[maybe_unused]] double peeled) {
+  using Vector = typename Shape::Vector;
+  if constexpr (Shape::remainder == DotRemainder::halving) {
+    dot_halving<Shape::block / 2, FetchX, FetchY>(accumulators, rest);
+    if (rest.n & 1) {
+      accumulators.a[0] = add_lower(accumulators.a[0], load_scalar(rest.x) * load_scalar(rest.y));
+    }
+    return accumulators.sum();
+  } else if constexpr (Shape::remainder == DotRemainder::masked) {
+    dot_halving<Shape::block / 2, FetchX, FetchY>(accumulators, rest);
+    if (rest.n != 0) {
+      accumulators.a[0] =
+          mul_add_first(Vector::load_first(rest.x, rest.n), Vector::load_first(rest.y, rest.n),
+                        accumulators.a[0], rest.n);
+    }
+    return accumulators.sum();
+  } else if constexpr (Shape::remainder == DotRemainder::pairs) {
+    for (; rest.n >= 2; rest.advance(2)) {
+      accumulators.template add_block<1, FetchX, FetchY>(rest.x, rest.y);
+    }
+    double sum = accumulators.sum() + peeled;
+    if (rest.n != 0) sum += load_scalar(rest.x) * load_scalar(rest.y);
+    return sum;
+  } else {
+    double sum = accumulators.sum();
+    if (rest.n >= Vector::lanes) {
+      Vector seeded = Vector::lower(sum);
+      do {
+        seeded = mul_add(Vector::load(rest.x), Vector::load(rest.y), seeded);
+        rest.advance(Vector::lanes);
+      } while (rest.n >= Vector::lanes);
+      sum = sum_lanes(seeded);
+    }
+    for (; rest.n > 0; rest.advance(1)) {
+      sum = mul_add(load_scalar(rest.x), load_scalar(rest.y), sum);
+    }
+    return sum;
+  }
+}
+
+template <class Shape, class FetchX, class FetchY>
+QSL_INLINE double dot_blocks(DotAccumulators<typename Shape::Vector> accumulators, DotRest rest,
+                             double peeled) {
+  for (; rest.n >= Shape::block; rest.advance(Shape::block)) {
+    accumulators.template add_block<Shape::block / Shape::Vector::lanes, FetchX, FetchY>(rest.x,
+                                                                                         rest.y);
+  }
+  return dot_finish<Shape, FetchX, FetchY>(accumulators, rest, peeled);
+}
+
+// y is 16-byte aligned and x is 8 modulo 16. The aligned vectors of x are (x[-1], x[0]),
+// (x[1], x[2]), ...; the upper lane of one and the lower lane of the next make a pair. The last
+// aligned load of a block reaches one element beyond it, so the block at the very end, and the
+// pairs, load x unaligned: the same bits, and nothing outside the array is touched.
+template <class Shape>
+QSL_INLINE double dot_blocks_realigned(DotRest rest, double peeled) {
+  using Vector = typename Shape::Vector;
+  DotAccumulators<Vector> accumulators;
+  if (rest.n > Shape::block) {
+    Vector previous = Vector::load_upper(rest.x);
+    do {
+      unroll<Shape::block / Vector::lanes>([&](auto j) QSL_INLINE_LAMBDA {
+        constexpr int at = j.value * Vector::lanes;
+        const Vector next = Vector::load_aligned(rest.x + at + 1);
+        accumulators.template add_product<j.value>(straddle(previous, next),
+                                                   Vector::load_aligned(rest.y + at));
+        previous = next;
+      });
+      rest.advance(Shape::block);
+    } while (rest.n > Shape::block);
+  }
+  return dot_blocks<Shape, AtAnyAddress, AtAlignedAddress>(accumulators, rest, peeled);
+}
+
+template <class Shape>
+QSL_INLINE double dot_strided(int n, const double* x_base, int incx, const double* y_base,
+                              int incy) {
+  Walk<const double> x(x_base, n, incx);
+  Walk<const double> y(y_base, n, incy);
+  if constexpr (Shape::strided == DotStrided::in_order) {
+    double sum = 0.0;
+    for (; n > 0; n--) {
+      sum += load_scalar(*x) * load_scalar(*y);
+      x.advance(1);
+      y.advance(1);
+    }
+    return sum;
+  } else if constexpr (Shape::strided == DotStrided::pairs_of_8) {
+    DotAccumulators<f64x2> accumulators;
+    const auto add_pair = [&](auto j) QSL_INLINE_LAMBDA {
+      accumulators.template add_product<j.value>(f64x2::gather(x[0], x[1]),
+                                                 f64x2::gather(y[0], y[1]));
+      x.advance(2);
+      y.advance(2);
+    };
+    for (; n >= 8; n -= 8) unroll<4>(add_pair);
+    for (; n >= 2; n -= 2) unroll<1>(add_pair);
+    double sum = accumulators.sum();
+    if (n != 0) sum = mul_add(load_scalar(*x), load_scalar(*y), sum);
+    return sum;
+  } else {
+    using Vector = typename Shape::Vector;
+    const auto offsets_x = Vector::offsets(incx);
+    const auto offsets_y = Vector::offsets(incy);
+    DotAccumulators<Vector> accumulators;
+    const auto add_vector = [&](auto j) QSL_INLINE_LAMBDA {
+      accumulators.template add_product<j.value>(Vector::gather(*x, offsets_x),
+                                                 Vector::gather(*y, offsets_y));
+      x.advance(Vector::lanes);
+      y.advance(Vector::lanes);
+    };
+    for (; n >= 16; n -= 16) unroll<2>(add_vector);
+    if (n & 8) unroll<1>(add_vector);
+    n &= 7;
+    if (n != 0) {
+      accumulators.a[0] =
+          mul_add_first(Vector::gather_first(*x, offsets_x, n),
+                        Vector::gather_first(*y, offsets_y, n), accumulators.a[0], n);
+    }
+    return accumulators.sum();
+  }
+}
+
+template <class Shape>
+QSL_INLINE double dot(int n, const double* x, int incx, const double* y, int incy) {
+  if (n <= 0) return 0.0;
+  if (!Shape::unit_stride(incx, incy)) return dot_strided<Shape>(n, x, incx, y, incy);
+
+  using Vector = typename Shape::Vector;
+  DotAccumulators<Vector> accumulators;
+  DotRest rest{n, x, y};
+  if constexpr (Shape::alignment == DotAlignment::none) {
+    return dot_blocks<Shape, AtAnyAddress, AtAnyAddress>(accumulators, rest, 0.0);
+  } else if constexpr (Shape::alignment == DotAlignment::same_phase) {
+    const std::uintptr_t phase = misalignment(x, 16);
+    if (phase != misalignment(y, 16) || phase % 8 != 0) {
+      return dot_strided<Shape>(n, x, incx, y, incy);
+    }
+    if (phase != 0) {
+      accumulators.a[0] = add_lower(accumulators.a[0], load_scalar(x) * load_scalar(y));
+      rest.advance(1);
+    }
+    return dot_blocks<Shape, AtAlignedAddress, AtAlignedAddress>(accumulators, rest, 0.0);
+  } else {
+    if ((misalignment(x, 8) | misalignment(y, 8)) != 0) {
+      return dot_blocks<Shape, AtAnyAddress, AtAnyAddress>(accumulators, rest, 0.0);
+    }
+    double peeled = 0.0;
+    if (misalignment(rest.y, 16) != 0) {
+      peeled += load_scalar(x) * load_scalar(y);
+      rest.advance(1);
+    }
+    if (misalignment(rest.x, 16) != 0) return dot_blocks_realigned<Shape>(rest, peeled);
+    return dot_blocks<Shape, AtAlignedAddress, AtAlignedAddress>(accumulators, rest, peeled);
+  }
+}
+
+// Unit stride in the levels that step forward only.
+QSL_INLINE bool both_strides_one(int incx, int incy) { return incx == 1 && incy == 1; }
+// In the levels that also walk two strides of -1 forward from the base pointers: the same products
+// in the other order. (incx * incy == 1 in integers; compared without the overflow of a product.)
+QSL_INLINE bool both_strides_one_or_minus_one(int incx, int incy) {
+  return incx == incy && (incx == 1 || incx == -1);
+}
+
+}  // namespace qsl::QSL_LEVEL

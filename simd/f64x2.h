@@ -1,0 +1,128 @@
+// Two doubles in a 128-bit register, and single doubles. Every level has these.
+//
+// A pointer may have any alignment unless a name says "aligned". mul_add rounds once at the levels
+// with fused multiply-add and twice at the others; nothing else depends on the level.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include <emmintrin.h>
+#if defined(__SSE3__)
+#include <pmmintrin.h>
+#endif
+#if defined(__FMA__)
+#include <immintrin.h>
+#endif
+
+#include "simd/inline.h"
+
+namespace qsl::QSL_LEVEL {
+
+#if defined(__FMA__)
+inline constexpr bool has_fma = true;
+#else
+inline constexpr bool has_fma = false;
+#endif
+
+// A double at any address, odd ones too.
+using double_anywhere = double __attribute__((aligned(1), may_alias));
+
+QSL_INLINE double load_scalar(const double* p) {
+  return *reinterpret_cast<const double_anywhere*>(p);
+}
+
+// a * b + c
+QSL_INLINE double mul_add(double a, double b, double c) {
+#if defined(__FMA__)
+  return __builtin_fma(a, b, c);
+#else
+  return a * b + c;
+#endif
+}
+
+struct f64x2 {
+  static constexpr int lanes = 2;
+  static constexpr int bytes = 16;
+
+  __m128d v;
+
+  QSL_INLINE static f64x2 zero() { return {_mm_setzero_pd()}; }
+  QSL_INLINE static f64x2 load(const double* p) { return {_mm_loadu_pd(p)}; }
+  QSL_INLINE static f64x2 load_aligned(const double* p) { return {_mm_load_pd(p)}; }
+  // By two 8-byte loads, which are the faster way on processors with slow unaligned loads.
+  QSL_INLINE static f64x2 load_halves(const double* p) { return gather(p, p + 1); }
+  // (*lower, *upper)
+  QSL_INLINE static f64x2 gather(const double* lower, const double* upper) {
+    return {_mm_loadh_pd(_mm_set_sd(load_scalar(lower)), upper)};
+  }
+  // (*p, 0)
+  QSL_INLINE static f64x2 load_lower(const double* p) { return {_mm_set_sd(load_scalar(p))}; }
+  // (0, *p)
+  QSL_INLINE static f64x2 load_upper(const double* p) {
+    return {_mm_loadh_pd(_mm_setzero_pd(), p)};
+  }
+  QSL_INLINE static f64x2 broadcast(double x) { return {_mm_set1_pd(x)}; }
+  // The pair at p in every pair of lanes.
+  QSL_INLINE static f64x2 broadcast_pair(const double* p) { return load(p); }
+  // (x, 0)
+  QSL_INLINE static f64x2 lower(double x) { return {_mm_set_sd(x)}; }
+
+  QSL_INLINE void store(double* p) const { _mm_storeu_pd(p, v); }
+  QSL_INLINE void store_aligned(double* p) const { _mm_store_pd(p, v); }
+  QSL_INLINE void store_halves(double* p) const {
+    _mm_storel_pd(p, v);
+    _mm_storeh_pd(p + 1, v);
+  }
+  QSL_INLINE void store_lower(double* p) const { _mm_storel_pd(p, v); }
+
+  // The first k lanes, 1 <= k < lanes, so k = 1; the other is neither read nor written.
+  QSL_INLINE static f64x2 load_first(const double* p, int) { return load_lower(p); }
+  QSL_INLINE void store_first(double* p, int) const { store_lower(p); }
+};
+
+QSL_INLINE f64x2 operator+(f64x2 a, f64x2 b) { return {_mm_add_pd(a.v, b.v)}; }
+QSL_INLINE f64x2 operator-(f64x2 a, f64x2 b) { return {_mm_sub_pd(a.v, b.v)}; }
+QSL_INLINE f64x2 operator*(f64x2 a, f64x2 b) { return {_mm_mul_pd(a.v, b.v)}; }
+
+// a * b + c
+QSL_INLINE f64x2 mul_add(f64x2 a, f64x2 b, f64x2 c) {
+#if defined(__FMA__)
+  return {_mm_fmadd_pd(a.v, b.v, c.v)};
+#else
+  return a * b + c;
+#endif
+}
+#if defined(__FMA__)
+// a * b - c in even lanes, a * b + c in odd ones
+QSL_INLINE f64x2 mul_sub_add(f64x2 a, f64x2 b, f64x2 c) { return {_mm_fmaddsub_pd(a.v, b.v, c.v)}; }
+#endif
+
+// Adds x to lane 0; lane 1 keeps its value.
+QSL_INLINE f64x2 add_lower(f64x2 a, double x) { return {_mm_add_sd(a.v, _mm_set_sd(x))}; }
+
+// (a0, a0)
+QSL_INLINE f64x2 dup_even(f64x2 a) {
+#if defined(__SSE3__)
+  return {_mm_movedup_pd(a.v)};
+#else
+  return {_mm_unpacklo_pd(a.v, a.v)};
+#endif
+}
+// (a1, a1)
+QSL_INLINE f64x2 dup_odd(f64x2 a) { return {_mm_unpackhi_pd(a.v, a.v)}; }
+// (a1, a0)
+QSL_INLINE f64x2 swap_pairs(f64x2 a) { return {_mm_shuffle_pd(a.v, a.v, 1)}; }
+// (a1, b0): the pair that straddles two neighbours
+QSL_INLINE f64x2 straddle(f64x2 a, f64x2 b) { return {_mm_shuffle_pd(a.v, b.v, 1)}; }
+// (-a0, a1)
+QSL_INLINE f64x2 negate_even(f64x2 a) { return {_mm_xor_pd(a.v, _mm_set_pd(0.0, -0.0))}; }
+
+QSL_INLINE f64x2 first_pair(f64x2 a) { return a; }
+
+// upper lane + lower lane
+QSL_INLINE double sum_lanes(f64x2 a) {
+  return _mm_cvtsd_f64(_mm_add_sd(a.v, _mm_unpackhi_pd(a.v, a.v)));
+}
+
+}  // namespace qsl::QSL_LEVEL

@@ -1,0 +1,77 @@
+// Four doubles in a 256-bit register, for the levels from AVX upward. See simd/f64x2.h for names.
+#pragma once
+
+#include <immintrin.h>
+
+#include "simd/f64x2.h"
+
+namespace qsl::QSL_LEVEL {
+
+// A window of four words from element 4 - k on masks the first k lanes.
+alignas(64) constexpr std::int64_t first_lanes_window[8] = {-1, -1, -1, -1, 0, 0, 0, 0};
+
+struct f64x4 {
+  static constexpr int lanes = 4;
+  static constexpr int bytes = 32;
+
+  __m256d v;
+
+  QSL_INLINE static f64x4 zero() { return {_mm256_setzero_pd()}; }
+  QSL_INLINE static f64x4 load(const double* p) { return {_mm256_loadu_pd(p)}; }
+  QSL_INLINE static f64x4 load_aligned(const double* p) { return {_mm256_load_pd(p)}; }
+  QSL_INLINE static f64x4 broadcast(double x) { return {_mm256_set1_pd(x)}; }
+  QSL_INLINE static f64x4 broadcast_pair(const double* p) {
+    const __m128d pair = _mm_loadu_pd(p);
+    return {_mm256_insertf128_pd(_mm256_castpd128_pd256(pair), pair, 1)};
+  }
+  // (x, 0, 0, 0)
+  QSL_INLINE static f64x4 lower(double x) {
+    return {_mm256_insertf128_pd(_mm256_setzero_pd(), _mm_set_sd(x), 0)};
+  }
+
+  QSL_INLINE void store(double* p) const { _mm256_storeu_pd(p, v); }
+  QSL_INLINE void store_aligned(double* p) const { _mm256_store_pd(p, v); }
+
+  QSL_INLINE static __m256i first_lanes(int k) {
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(first_lanes_window + (4 - k)));
+  }
+  // The first k lanes, 0 <= k <= lanes; the others are neither read nor written.
+  QSL_INLINE static f64x4 load_first(const double* p, int k) {
+    return {_mm256_maskload_pd(p, first_lanes(k))};
+  }
+  QSL_INLINE void store_first(double* p, int k) const { _mm256_maskstore_pd(p, first_lanes(k), v); }
+};
+
+QSL_INLINE f64x4 operator+(f64x4 a, f64x4 b) { return {_mm256_add_pd(a.v, b.v)}; }
+QSL_INLINE f64x4 operator-(f64x4 a, f64x4 b) { return {_mm256_sub_pd(a.v, b.v)}; }
+QSL_INLINE f64x4 operator*(f64x4 a, f64x4 b) { return {_mm256_mul_pd(a.v, b.v)}; }
+
+QSL_INLINE f64x4 mul_add(f64x4 a, f64x4 b, f64x4 c) {
+#if defined(__FMA__)
+  return {_mm256_fmadd_pd(a.v, b.v, c.v)};
+#else
+  return a * b + c;
+#endif
+}
+#if defined(__FMA__)
+QSL_INLINE f64x4 mul_sub_add(f64x4 a, f64x4 b, f64x4 c) {
+  return {_mm256_fmaddsub_pd(a.v, b.v, c.v)};
+}
+#endif
+
+QSL_INLINE f64x4 dup_even(f64x4 a) { return {_mm256_movedup_pd(a.v)}; }
+QSL_INLINE f64x4 dup_odd(f64x4 a) { return {_mm256_permute_pd(a.v, 0xf)}; }
+QSL_INLINE f64x4 swap_pairs(f64x4 a) { return {_mm256_permute_pd(a.v, 0x5)}; }
+QSL_INLINE f64x4 negate_even(f64x4 a) {
+  return {_mm256_xor_pd(a.v, _mm256_set_pd(0.0, -0.0, 0.0, -0.0))};
+}
+
+QSL_INLINE f64x2 first_pair(f64x4 a) { return {_mm256_castpd256_pd128(a.v)}; }
+
+// Upper half + lower half.
+QSL_INLINE f64x2 sum_halves(f64x4 a) {
+  return f64x2{_mm256_castpd256_pd128(a.v)} + f64x2{_mm256_extractf128_pd(a.v, 1)};
+}
+QSL_INLINE double sum_lanes(f64x4 a) { return sum_lanes(sum_halves(a)); }
+
+}  // namespace qsl::QSL_LEVEL

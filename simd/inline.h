@@ -1,0 +1,32 @@
+// What every vector header starts from: forced inlining and loops unrolled at compile time.
+//
+// Vector code has no function calls inside: a call would spill all eight registers. The helpers
+// live in the namespace of the level that is being compiled, so that no two levels share a symbol.
+#pragma once
+
+#ifndef QSL_LEVEL
+#error "vector headers are compiled for one instruction-set level: define QSL_LEVEL"
+#endif
+
+#define QSL_INLINE [[gnu::always_inline]] inline
+// The same for a lambda: stands after its parameter list.
+#define QSL_INLINE_LAMBDA __attribute__((always_inline))
+
+namespace qsl::QSL_LEVEL {
+
+// An integer known at compile time, as an argument.
+template <int i>
+struct Index {
+  static constexpr int value = i;
+};
+
+// body(Index<0>{}), body(Index<1>{}), ... body(Index<count - 1>{}), without a loop.
+template <int count, int i = 0, class Body>
+QSL_INLINE void unroll(const Body& body) {
+  if constexpr (i < count) {
+    body(Index<i>{});
+    unroll<count, i + 1>(body);
+  }
+}
+
+}  // namespace qsl::QSL_LEVEL

@@ -1,0 +1,56 @@
+#include "tests/level1/variants.h"
+
+#include <cstdlib>
+
+#include "blas/kernels/p4m/zaxpy_bodies.h"
+#include "blas/level1/routines.h"
+
+namespace level1_test {
+
+const std::vector<Variant>& all_variants() {
+#define QSL_TEST_VARIANT(level, ...)                                              \
+  {                                                                               \
+    Level::level, #level, qsl::level::ddot, qsl::level::daxpy, qsl::level::dcopy, \
+        qsl::level::zcopy, {                                                      \
+      __VA_ARGS__                                                                 \
+    }                                                                             \
+  }
+  static const std::vector<Variant> variants = {
+      QSL_TEST_VARIANT(p4, qsl::p4::zaxpy),
+      QSL_TEST_VARIANT(p4m, qsl::p4m::zaxpy_ssse3, qsl::p4m::zaxpy_sse41),
+      QSL_TEST_VARIANT(p4m3, qsl::p4m3::zaxpy),
+      QSL_TEST_VARIANT(avx, qsl::avx::zaxpy),
+      QSL_TEST_VARIANT(avx2, qsl::avx2::zaxpy),
+      QSL_TEST_VARIANT(avx512, qsl::avx512::zaxpy),
+      QSL_TEST_VARIANT(cnr, qsl::cnr::zaxpy),
+  };
+#undef QSL_TEST_VARIANT
+  return variants;
+}
+
+bool processor_supports(Level level) {
+  __builtin_cpu_init();
+  switch (level) {
+    case Level::p4:
+    case Level::cnr:
+      return __builtin_cpu_supports("sse2");
+    case Level::p4m:
+      // One of its bodies is for processors with SSE4.1; the tests call both.
+      return __builtin_cpu_supports("ssse3") && __builtin_cpu_supports("sse4.1");
+    case Level::p4m3:
+      return __builtin_cpu_supports("sse4.2");
+    case Level::avx:
+      return __builtin_cpu_supports("avx");
+    case Level::avx2:
+      return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
+             __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2");
+    case Level::avx512:
+      return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
+             __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl");
+  }
+  return false;
+}
+
+bool emulated() { return std::getenv("QSL_TEST_EMULATED") != nullptr; }
+
+}  // namespace level1_test
