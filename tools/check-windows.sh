@@ -1,0 +1,84 @@
+#!/usr/bin/env bash
+# Builds the Windows library and its tests, checks the DLL's file and runs the tests under Wine.
+#
+#   tools/check-windows.sh
+#
+#   QSL_BUILD_DIR        take this build as it is, instead of building the preset `windows`
+#   QSL_WINDOWS_MINUTES  time limit of all programs together, default 20
+#   QSL_WINDOWS_SECONDS  time limit of one program, default 180
+#   QSL_WINE_ROOT=1      use the i386 root with Wine (see setup.sh) even if Wine is installed
+#
+# Every program runs with the detected processor type and with each QSL_DEBUG_CPU_TYPE below. The
+# scratch folder holds the Wine prefix; it is removed at the end.
+set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+allowed_imports="KERNEL32.dll"
+types=(detected 2 4 5)
+for level in avx:6 avx2:7; do
+  if grep -qw "${level%:*}" /proc/cpuinfo; then
+    types+=("${level#*:}")
+  else
+    say "type ${level#*:} is left out: this processor has no ${level%:*}"
+  fi
+done
+
+"$source_root/tools/setup.sh" build check emulated
+if [ -z "${QSL_BUILD_DIR:-}" ]; then build_preset windows; fi
+build=$(cd "$source_root" && realpath -m "${QSL_BUILD_DIR:-build/windows}")
+[ -e "$build/qsl.dll" ] || die "$build/qsl.dll is missing"
+
+say "checking the file qsl.dll"
+headers=$(i686-w64-mingw32-objdump -p "$build/qsl.dll")
+imports=$(sed -n 's/^[[:space:]]*DLL Name: //p' <<<"$headers" | sort -u)
+for library in $imports; do
+  grep -qixF "$library" <(tr ' ' '\n' <<<"$allowed_imports") ||
+    die "qsl.dll imports $library; allowed: $allowed_imports"
+done
+for flag in DYNAMIC_BASE NX_COMPAT; do
+  grep -qw "$flag" <<<"$headers" || die "qsl.dll lacks the flag $flag"
+done
+exports=$(awk '/^\[Ordinal\/Name Pointer\] Table/ { on = 1; next } on && NF == 0 { exit }
+  on && /\[ *[0-9]+\]/ { print $NF }' <<<"$headers" | LC_ALL=C sort)
+expected=$(grep '^[A-Za-z]' "$source_root/${QSL_EXPORTS:-exports.txt}" | tr -d '\r' | LC_ALL=C sort)
+[ "$exports" = "$expected" ] || {
+  diff <(printf '%s\n' "$expected") <(printf '%s\n' "$exports") >&2 || true
+  die "the exports of qsl.dll (>) are not those of exports.txt (<)"
+}
+
+shopt -s nullglob
+programs=("$build"/bin/test_*.exe)
+[ ${#programs[@]} -gt 0 ] || die "no test programs in $build/bin"
+
+# Wine of the system, or that of the i386 root: the same runner in a scratch folder inside it.
+root=
+if [ -n "${QSL_WINE_ROOT:-}" ] || ! command -v wine >/dev/null; then root=$qsl_cache/wine-root; fi
+limit=$((${QSL_WINDOWS_MINUTES:-20} * 60))
+arguments=("${QSL_WINDOWS_SECONDS:-180}" "${types[@]}")
+variables=(env -i "PATH=/usr/local/bin:/usr/bin:/bin:/usr/sbin:/sbin" LC_ALL=C)
+if [ -n "$root" ]; then
+  work=$(as_root mktemp -d "$root/tmp/qsl-XXXXXX")
+  inside=${work#"$root"}
+else
+  work=$(mktemp -d)
+fi
+cleanup() { if [ -n "$root" ]; then as_root rm -rf "$work"; else rm -rf "$work"; fi; }
+trap cleanup EXIT
+copy() { if [ -n "$root" ]; then as_root cp "$@"; else cp "$@"; fi; }
+copy -rL "$build/bin" "$work/bin"
+copy "$build/qsl.dll" "$work/bin/"
+copy "$source_root/tests/windows/run-programs.sh" "$work/"
+
+say "running ${#programs[@]} programs under Wine${root:+ in $root}"
+status=0
+if [ -n "$root" ]; then
+  # Wine needs /proc. In namespaces of their own mount and processes are gone with the command.
+  # shellcheck disable=SC2016
+  as_root timeout -k 10 "$limit" unshare --mount --pid --fork --kill-child bash -c '
+    mount -t proc proc "$0/proc" && exec chroot "$0" "$@"' "$root" "${variables[@]}" \
+    bash -c 'cd "$0" && exec bash run-programs.sh "$@"' "$inside" "${arguments[@]}" || status=$?
+else
+  (cd "$work" && timeout -k 10 "$limit" "${variables[@]}" bash run-programs.sh "${arguments[@]}") || status=$?
+fi
+[ $status -ne 124 ] || die "the time limit of $((limit / 60)) minutes ended the tests"
+[ $status -eq 0 ] || die "Windows tests failed"
