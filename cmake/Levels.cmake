@@ -43,7 +43,7 @@ function(qsl_add_entries)
   target_sources(qsl_frame PRIVATE ${ARGN})
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     set_source_files_properties(${ARGN} TARGET_DIRECTORY qsl_frame
-        PROPERTIES COMPILE_OPTIONS -mpreferred-stack-boundary=2)
+        PROPERTIES COMPILE_OPTIONS "-mpreferred-stack-boundary=2;-mincoming-stack-boundary=3")
   endif()
 endfunction()
 
