@@ -58,8 +58,6 @@ DETECTION = [
     ("Haswell,-pclmulqdq", "avx", "p4m3"),
     # Without the operating system's support of the wide registers there is no AVX.
     ("Haswell,-xsave", "p4m3", "p4m3"),
-    # Features below the chosen level are not looked at.
-    ("Haswell,-ssse3", "avx2", "p4m3"),
     ("pentium3,+sse2", "p4", "p4"),
 ]
 
@@ -214,9 +212,9 @@ class Build:
             address, _, symbol = line.split(maxsplit=2)
             if symbol.startswith("qsl_slot_"):
                 self.slots[symbol.removeprefix("qsl_slot_")] = address
-            level = re.match(r"_ZN3qsl\d+(p4|p4m|p4m3|avx|avx2|avx512|cnr)(?=\d)", symbol)
-            if level:
-                self.variants[int(address, 16)] = level[1]
+            space = re.match(r"_ZN3qsl(\d)(\w+)", symbol)  # qsl::LEVEL::...
+            if space:
+                self.variants[int(address, 16)] = space[2][: int(space[1])]
         self.probe = folder / f"probe-{name}"
         self._tool(
             "gcc", "-m32", "-march=i686", "-mno-sse", "-O1", "-Wall", "-Wextra", "-Werror",
