@@ -38,7 +38,14 @@ QSL_API double DDOT(const int *n, const double *x, const int *incx, const double
                     const int *incy);
 
 /**
- * @brief Dot product of two real vectors, C style: scalars by value. See DDOT().
+ * @brief Dot product of two real vectors, C style: scalars by value. Otherwise as DDOT().
+ *
+ * @param n     Number of elements. 0 or less gives 0.0, and neither vector is read.
+ * @param x     First vector, 1 + (n - 1) * |incx| elements.
+ * @param incx  Stride of @p x.
+ * @param y     Second vector, 1 + (n - 1) * |incy| elements.
+ * @param incy  Stride of @p y.
+ * @return      The sum of x[i] * y[i].
  *
  * @code{.c}
  * double x[3] = {1, 2, 3}, y[3] = {4, 5, 6};
