@@ -53,20 +53,25 @@ void empty_slot(ThreadRecord* record, int slot) {
   return fill_slot(record, smaller, need) ? smaller : kNoMemory;
 }
 
+// A free slot of exactly this capacity, or -1. Slots without a block have the capacity 0.
+inline int find_exact(const ThreadRecord& record, std::uint32_t need) {
+  for (int i = 0; i < static_cast<int>(kSlots); ++i) {
+    if (record.capacity[i] == need && observe(record.in_use[i]) == 0) return i;
+  }
+  return -1;
+}
+
 // The slot that serves a request: of exactly this capacity, else the smallest larger one, else a
 // new block.
-inline int find_or_make_slot(ThreadRecord* record, std::uint32_t need) {
+int find_or_make_slot(ThreadRecord* record, std::uint32_t need) {
+  const int exact = find_exact(*record, need);
+  if (exact >= 0) return exact;
   int larger = -1;
   int smaller = -1;
-  const int count = static_cast<int>(record->count);
-  for (int i = 0; i < count; ++i) {
+  for (int i = 0; i < static_cast<int>(record->count); ++i) {
     if (observe(record->in_use[i]) != 0) continue;
-    const std::uint32_t capacity = record->capacity[i];
-    if (capacity == need) [[likely]] {
-      return i;
-    }
-    if (capacity > need) {
-      if (larger < 0 || capacity < record->capacity[larger]) larger = i;
+    if (record->capacity[i] > need) {
+      if (larger < 0 || record->capacity[i] < record->capacity[larger]) larger = i;
     } else if (smaller < 0) {
       smaller = i;
     }
@@ -83,18 +88,11 @@ inline void* take_slot(ThreadRecord* record, int slot, std::size_t size, std::ui
   return block;
 }
 
-// Serves a request from the record and releases its lock, that of `index`.
-inline void* serve(ThreadRecord* record, std::uint32_t index, std::size_t size, int alignment) {
-  const std::uint32_t boundary = effective_alignment(alignment);
-  // No overflow: the size is limited, and an alignment is at most 2^30.
-  const int slot = find_or_make_slot(record, size + boundary);
-  if (slot >= 0) [[likely]] {
-    void* const block = take_slot(record, slot, size, boundary);
-    unlock_entry(index);
-    return block;
-  }
-  unlock_entry(index);
-  return slot == kAllInUse ? allocate_plain(size, alignment) : nullptr;
+// Whether a call may go the short way: the set-up done, no analysis tool to tell about locks, and a
+// lock word that is the thread's own. The hooks are bound on the long way, by the first lock.
+inline bool uses_fast_path(const Ticket& ticket) {
+  return observe(setup_state) == Setup::fast_layer_on && qsl_trace_push_hook == nullptr &&
+         ticket.index - 1 < kOwnWords;
 }
 
 [[gnu::noinline, gnu::cold]] void* allocate_slow(std::size_t size, int alignment) {
@@ -105,12 +103,23 @@ inline void* serve(ThreadRecord* record, std::uint32_t index, std::size_t size, 
   std::uint32_t index;
   ThreadRecord* record = lock_record_or_make(&index);
   if (record == nullptr) return allocate_plain(size, alignment);
-  return serve(record, index, size, alignment);
+  const std::uint32_t boundary = effective_alignment(alignment);
+  const int slot = find_or_make_slot(record, size + boundary);
+  void* const block = slot >= 0 ? take_slot(record, slot, size, boundary) : nullptr;
+  unlock_entry(index);
+  return slot == kAllInUse ? allocate_plain(size, alignment) : block;
 }
 
-// Not in the calling thread's record: the block of another one, or of the plain layer. The lock of
-// `index` is held.
-[[gnu::noinline, gnu::cold]] void deallocate_elsewhere(void* p, std::uint32_t index) {
+// A block of the calling thread's record that the short way did not find, of another one, or of the
+// plain layer.
+[[gnu::noinline, gnu::cold]] void deallocate_slow(void* p) {
+  if (p == nullptr) return;
+  if (ensure_setup() == Setup::fast_layer_off) {
+    free_plain(p);
+    return;
+  }
+  const std::uint32_t index = calling_index();
+  lock_entry(index);
   const Found found = find_in_registry(p);
   if (found.slot < 0) {
     unlock_entry(index);
@@ -124,14 +133,6 @@ inline void* serve(ThreadRecord* record, std::uint32_t index, std::size_t size, 
   if (orphaned) clean_orphan(found.index, found.generation);
 }
 
-[[gnu::noinline, gnu::cold]] void deallocate_slow(void* p) {
-  if (ensure_setup() == Setup::fast_layer_off) {
-    free_plain(p);
-  } else {
-    qsl_mm_deallocate(p);
-  }
-}
-
 }  // namespace
 }  // namespace qsl::memory
 
@@ -139,39 +140,41 @@ extern "C" {
 
 void* qsl_mm_allocate(std::size_t size, int alignment) {
   using namespace qsl::memory;
-  if (observe(setup_state) == Setup::fast_layer_on && size - 1 < kLargestCached) [[likely]] {
-    if (const Ticket* ticket = calling_ticket()) [[likely]] {
-      const std::uint32_t index = ticket->index;
-      lock_entry(index);
-      if (ThreadRecord* record = record_of(*ticket)) [[likely]] {
-        return serve(record, index, size, alignment);
+  const Ticket* ticket = calling_ticket();
+  if (ticket != nullptr && size - 1 < kLargestCached && uses_fast_path(*ticket)) [[likely]] {
+    const std::uint32_t boundary = effective_alignment(alignment);
+    const std::uint32_t index = ticket->index;
+    lock_own(index);
+    if (ThreadRecord* record = record_of_own(*ticket)) [[likely]] {
+      // No overflow: the size is limited, and an alignment is at most 2^30.
+      const int slot = find_exact(*record, size + boundary);
+      if (slot >= 0) [[likely]] {
+        void* const block = take_slot(record, slot, size, boundary);
+        unlock_own(index);
+        return block;
       }
-      unlock_entry(index);
     }
+    unlock_own(index);
   }
   return allocate_slow(size, alignment);
 }
 
 void qsl_mm_deallocate(void* p) {
   using namespace qsl::memory;
-  if (p == nullptr) return;
-  if (observe(setup_state) != Setup::fast_layer_on) [[unlikely]] {
-    deallocate_slow(p);
-    return;
-  }
   const Ticket* ticket = calling_ticket();
-  const std::uint32_t index = ticket != nullptr ? ticket->index : 0;
-  lock_entry(index);
-  if (ticket != nullptr) [[likely]] {
-    if (ThreadRecord* record = record_of(*ticket)) [[likely]] {
+  if (p != nullptr && ticket != nullptr && uses_fast_path(*ticket)) [[likely]] {
+    const std::uint32_t index = ticket->index;
+    lock_own(index);
+    if (ThreadRecord* record = record_of_own(*ticket)) [[likely]] {
       const int slot = find_slot(*record, p);
       if (slot >= 0) [[likely]] {
         release_slot(record, slot);
-        unlock_entry(index);
+        unlock_own(index);
         return;
       }
     }
+    unlock_own(index);
   }
-  deallocate_elsewhere(p, index);
+  deallocate_slow(p);
 }
 }

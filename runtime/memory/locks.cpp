@@ -39,10 +39,8 @@ void release_words(std::uint32_t count) {
   }
   QSL_NOTE_UNLOCKING(&shared_word, 1);
   __atomic_store_n(&shared_word, 0, __ATOMIC_RELEASE);
-  trace_pop();
+  qsl_trace_suppress_pop();
 }
-
-}  // namespace
 
 void share() {
   int seen = __atomic_load_n(&shared_word, __ATOMIC_RELAXED);
@@ -62,8 +60,28 @@ void unshare() {
   __atomic_fetch_sub(&shared_word, kSharer, __ATOMIC_RELEASE);
 }
 
+}  // namespace
+
+void lock_entry(std::uint32_t index) {
+  qsl_trace_suppress_push();
+  if (index - 1 < kOwnWords) {
+    lock_own(index);
+  } else {
+    share();
+  }
+}
+
+void unlock_entry(std::uint32_t index) {
+  if (index - 1 < kOwnWords) {
+    unlock_own(index);
+  } else {
+    unshare();
+  }
+  qsl_trace_suppress_pop();
+}
+
 void walker_lock() {
-  trace_push();
+  qsl_trace_suppress_push();
   while (!try_word(shared_word)) {
   }
   QSL_NOTE_LOCKED(&shared_word, 1);
@@ -76,10 +94,10 @@ void walker_lock() {
 
 bool walker_try_lock() {
   Attempts attempts;
-  trace_push();
+  qsl_trace_suppress_push();
   while (!try_word(shared_word)) {
     if (!attempts.next()) {
-      trace_pop();
+      qsl_trace_suppress_pop();
       return false;
     }
   }
@@ -105,11 +123,11 @@ void acquire(volatile int* word) {
 
 bool try_acquire(volatile int* word) {
   Attempts attempts;
-  trace_push();
+  qsl_trace_suppress_push();
   int* plain = const_cast<int*>(word);
   while (!try_word(*plain)) {
     if (!attempts.next()) {
-      trace_pop();
+      qsl_trace_suppress_pop();
       return false;
     }
   }

@@ -25,45 +25,28 @@ struct alignas(64) SpinWord {
 extern SpinWord entry_words[kOwnWords];
 extern int shared_word;
 
-void share();
-void unshare();
-
-inline void trace_push() {
-  if (auto push = qsl_trace_push_hook) push(255);
-}
-
-inline void trace_pop() {
-  if (auto pop = qsl_trace_pop_hook) pop();
-}
-
 inline bool try_word(int& word) {
   int free = 0;
   return __atomic_compare_exchange_n(&word, &free, 1, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED);
 }
 
-// Takes the lock of a registry index; 0 is a thread without one.
-inline void lock_entry(std::uint32_t index) {
-  trace_push();
-  if (index - 1 < kOwnWords) [[likely]] {
-    int& word = entry_words[index - 1].word;
-    while (!try_word(word)) [[unlikely]] {
-    }
-    QSL_NOTE_LOCKED(&word, 1);
-  } else {
-    share();
+// The lock of an index from 1 to 1024.
+inline void lock_own(std::uint32_t index) {
+  int& word = entry_words[index - 1].word;
+  while (!try_word(word)) [[unlikely]] {
   }
+  QSL_NOTE_LOCKED(&word, 1);
 }
 
-inline void unlock_entry(std::uint32_t index) {
-  if (index - 1 < kOwnWords) [[likely]] {
-    int& word = entry_words[index - 1].word;
-    QSL_NOTE_UNLOCKING(&word, 1);
-    __atomic_store_n(&word, 0, __ATOMIC_RELEASE);
-  } else {
-    unshare();
-  }
-  trace_pop();
+inline void unlock_own(std::uint32_t index) {
+  int& word = entry_words[index - 1].word;
+  QSL_NOTE_UNLOCKING(&word, 1);
+  __atomic_store_n(&word, 0, __ATOMIC_RELEASE);
 }
+
+// The lock of any index, between the analysis tool's hooks; 0 is a thread without one.
+void lock_entry(std::uint32_t index);
+void unlock_entry(std::uint32_t index);
 
 void walker_lock();
 // Gives up after some thousand attempts: a thread that held one of the words when the process was

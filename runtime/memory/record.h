@@ -39,10 +39,9 @@ bool empty_record(ThreadRecord* record);
 // As the end of a record: counts folded into the totals, memory given back.
 void free_record(ThreadRecord* record);
 
-// The slot of a pointer, or -1.
+// The slot of a pointer, or -1. Slots that were never filled hold null.
 inline int find_slot(const ThreadRecord& record, const void* p) {
-  const int count = static_cast<int>(observe(record.count));
-  for (int i = 0; i < count; ++i) {
+  for (int i = 0; i < static_cast<int>(kSlots); ++i) {
     if (observe(record.aligned[i]) == p) return i;
   }
   return -1;

@@ -87,6 +87,13 @@ inline ThreadRecord* record_of(const Ticket& ticket) {
   return entry_at(ticket.index)->record;
 }
 
+
+// The same for an index of the first table.
+inline ThreadRecord* record_of_own(const Ticket& ticket) {
+  if (ticket.generation != registry.generation) return nullptr;
+  return observe(registry.tables[0])[ticket.index - 1].record;
+}
+
 // The calling thread's record, or null. The entry lock is held.
 ThreadRecord* calling_record();
 
