@@ -6,12 +6,13 @@
 #
 #   QSL_BUILD_DIR       the build to take, default build/release; it must be built already
 #   QSL_AVX512_MINUTES  the time limit, when there is no argument
-#   QSL_AVX512_TESTS    shell patterns of the programs, default "test_*"
+#   QSL_AVX512_TESTS    shell pattern of the programs, default "*"
 #   QSL_AVX512_KEEP=1   keep the scratch folder
 #
-# Every program runs with QSL_DEBUG_CPU_TYPE=9 and QSL_TEST_EMULATED=1, those named in
-# tests/emulation/avx512-reproducible.txt once more with QSL_CBWR=AVX512. Before them the probe runs
-# through the rows of tests/emulation/avx512-selection.txt, without any override of the type.
+# The programs are those that CTest runs. One that CTest repeats for each processor type runs with
+# QSL_DEBUG_CPU_TYPE=9, and once more with QSL_CBWR=AVX512 added; any other runs as it is, so that it
+# sees the processor itself. QSL_TEST_EMULATED=1 is set for all. Before them the probe runs through
+# the rows of tests/emulation/avx512-selection.txt.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -24,14 +25,13 @@ program_seconds=600 # of one program, in the machine's own time
 "$source_root/tools/setup.sh" emulated
 [ -e "$build/libqsl.so.1" ] || die "$build/libqsl.so.1 is missing: build it first (cmake --preset release && cmake --build --preset release)"
 
-shopt -s nullglob
+mapfile -t tests < <("$source_root/tools/list-tests.py" "$build")
 programs=()
-read -r -a patterns <<<"${QSL_AVX512_TESTS:-test_*}"
-for pattern in "${patterns[@]}"; do
-  for file in "$build"/bin/$pattern; do
-    if [ -f "$file" ] && [ -x "$file" ]; then programs+=("${file##*/}"); fi
-  done
-done
+while read -r program; do
+  # A pattern is wanted here.
+  # shellcheck disable=SC2053
+  if [[ $program == ${QSL_AVX512_TESTS:-*} ]]; then programs+=("$program"); fi
+done < <(printf '%s\n' "${tests[@]}" | cut -d'|' -f3 | sort -u)
 [ ${#programs[@]} -gt 0 ] || die "no test programs in $build/bin"
 
 work=$(mktemp -d)
@@ -67,15 +67,14 @@ done < <(
     echo "selection${settings:+ $settings}|QSL_VERBOSE=1 $settings|$probe|for Arvex.R. $processor.* CNR:$cnr Dyn"
   done < <(grep -v '^#' "$emulation/avx512-selection.txt")
   for program in "${programs[@]}"; do
-    echo "$program|QSL_DEBUG_CPU_TYPE=9|$build/bin/$program|"
-  done
-  while read -r program; do
-    if [[ " ${programs[*]} " != *" $program "* ]]; then
-      [ -z "${QSL_AVX512_TESTS:-}" ] || continue
-      die "avx512-reproducible.txt names $program, which is not in $build/bin"
+    if printf '%s\n' "${tests[@]}" | grep -q "QSL_DEBUG_CPU_TYPE=.*|$program|"; then
+      echo "$program type 9|QSL_DEBUG_CPU_TYPE=9|$build/bin/$program|"
+      echo "$program type 9 reproducible|QSL_DEBUG_CPU_TYPE=9 QSL_CBWR=AVX512|$build/bin/$program|"
+    else
+      printf '%s\n' "${tests[@]}" | awk -F'|' -v program="$program" -v bin="$build/bin/" \
+        '$3 == program { print $1 "|" $2 "|" bin program ($4 ? " " $4 : "") "|" }'
     fi
-    echo "$program QSL_CBWR=AVX512|QSL_DEBUG_CPU_TYPE=9 QSL_CBWR=AVX512|$build/bin/$program|"
-  done < <(grep -v '^#' "$emulation/avx512-reproducible.txt")
+  done
 } >"$root/jobs"
 jobs=$(wc -l <"$root/jobs")
 

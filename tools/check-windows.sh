@@ -8,21 +8,13 @@
 #   QSL_WINDOWS_SECONDS  time limit of one program, default 180
 #   QSL_WINE_ROOT=1      use the i386 root with Wine (see setup.sh) even if Wine is installed
 #
-# Every program runs with the detected processor type and with each QSL_DEBUG_CPU_TYPE below. The
-# scratch folder holds the Wine prefix; it is removed at the end.
+# The runs are those of CTest: most programs once a processor type. A program that is repeated for
+# each type also runs once with the detected one. The scratch folder holds the Wine prefix; it is
+# removed at the end.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 allowed_imports="KERNEL32.dll"
-types=(detected 2 4 5)
-for level in avx:6 avx2:7; do
-  if grep -qw "${level%:*}" /proc/cpuinfo; then
-    types+=("${level#*:}")
-  else
-    say "type ${level#*:} is left out: this processor has no ${level%:*}"
-  fi
-done
-
 "$source_root/tools/setup.sh" build check emulated
 if [ -z "${QSL_BUILD_DIR:-}" ]; then build_preset windows; fi
 build=$(cd "$source_root" && realpath -m "${QSL_BUILD_DIR:-build/windows}")
@@ -46,15 +38,21 @@ expected=$(grep '^[A-Za-z]' "$source_root/${QSL_EXPORTS:-exports.txt}" | tr -d '
   die "the exports of qsl.dll (>) are not those of exports.txt (<)"
 }
 
-shopt -s nullglob
-programs=("$build"/bin/test_*.exe)
-[ ${#programs[@]} -gt 0 ] || die "no test programs in $build/bin"
+tests=$("$source_root/tools/list-tests.py" "$build")
+[ -n "$tests" ] || die "CTest knows no test programs in $build/bin"
+tests=$(awk -F'|' -v OFS='|' '$2 ~ /QSL_DEBUG_CPU_TYPE/ && !seen[$3]++ { print $3 ".detected", "", $3, "" } 1' <<<"$tests")
+for level in avx:6 avx2:7; do
+  if ! grep -qw "${level%:*}" /proc/cpuinfo; then
+    say "type ${level#*:} is left out: this processor has no ${level%:*}"
+    tests=$(grep -v "QSL_DEBUG_CPU_TYPE=${level#*:}" <<<"$tests")
+  fi
+done
 
 # Wine of the system, or that of the i386 root: the same runner in a scratch folder inside it.
 root=
 if [ -n "${QSL_WINE_ROOT:-}" ] || ! command -v wine >/dev/null; then root=$qsl_cache/wine-root; fi
 limit=$((${QSL_WINDOWS_MINUTES:-20} * 60))
-arguments=("${QSL_WINDOWS_SECONDS:-180}" "${types[@]}")
+seconds=${QSL_WINDOWS_SECONDS:-180}
 variables=(env -i "PATH=/usr/local/bin:/usr/bin:/bin:/usr/sbin:/sbin" LC_ALL=C)
 if [ -n "$root" ]; then
   work=$(as_root mktemp -d "$root/tmp/qsl-XXXXXX")
@@ -68,17 +66,21 @@ copy() { if [ -n "$root" ]; then as_root cp "$@"; else cp "$@"; fi; }
 copy -rL "$build/bin" "$work/bin"
 copy "$build/qsl.dll" "$work/bin/"
 copy "$source_root/tests/windows/run-programs.sh" "$work/"
+list=$(mktemp)
+printf '%s\n' "$tests" >"$list"
+copy "$list" "$work/tests"
+rm "$list"
 
-say "running ${#programs[@]} programs under Wine${root:+ in $root}"
+say "running $(wc -l <<<"$tests") tests under Wine${root:+ in $root}"
 status=0
 if [ -n "$root" ]; then
   # Wine needs /proc. In namespaces of their own mount and processes are gone with the command.
   # shellcheck disable=SC2016
   as_root timeout -k 10 "$limit" unshare --mount --pid --fork --kill-child bash -c '
     mount -t proc proc "$0/proc" && exec chroot "$0" "$@"' "$root" "${variables[@]}" \
-    bash -c 'cd "$0" && exec bash run-programs.sh "$@"' "$inside" "${arguments[@]}" || status=$?
+    bash -c 'cd "$0" && exec bash run-programs.sh "$@"' "$inside" "$seconds" || status=$?
 else
-  (cd "$work" && timeout -k 10 "$limit" "${variables[@]}" bash run-programs.sh "${arguments[@]}") || status=$?
+  (cd "$work" && timeout -k 10 "$limit" "${variables[@]}" bash run-programs.sh "$seconds") || status=$?
 fi
 [ $status -ne 124 ] || die "the time limit of $((limit / 60)) minutes ended the tests"
 [ $status -eq 0 ] || die "Windows tests failed"

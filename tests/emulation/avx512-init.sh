@@ -12,16 +12,16 @@ mount -t devtmpfs devtmpfs /dev
 exec </dev/null >/dev/ttyS0 2>&1
 # shellcheck disable=SC1091
 . /settings # LD_LIBRARY_PATH, program_seconds
-export HOME=/tmp TMPDIR=/tmp QSL_TEST_EMULATED=1
+export HOME=/tmp TMPDIR=/tmp QSL_TEST_EMULATED=1 GTEST_BRIEF=1
 cd /tmp || exit
 
 grep -q avx512vl /proc/cpuinfo || echo "warning: the kernel shows no AVX-512"
 ran=0
 failed=0
 while IFS='|' read -r name settings program text; do
-  # The settings are words NAME=VALUE.
+  # The settings are words NAME=VALUE, the program may be followed by arguments.
   # shellcheck disable=SC2086
-  env $settings timeout "${program_seconds:-600}" "$program" >/tmp/output 2>&1
+  cd "${program%/*}" && env $settings timeout "${program_seconds:-600}" $program >/tmp/output 2>&1
   status=$?
   if [ $status -eq 0 ] && [ -n "$text" ]; then
     # One line for the pattern: banner and call stand on lines of their own.

@@ -1,17 +1,16 @@
 #!/bin/bash
 # Runs Windows test programs under Wine: tools/check-windows.sh calls this on the system itself or
-# inside the i386 root, in a scratch folder that holds bin/ with the programs and their DLLs.
+# inside the i386 root, in a scratch folder that holds bin/ with the programs and their DLLs and
+# the file tests, a line a run: NAME|SETTING=VALUE ...|PROGRAM|ARGUMENT ...
 #
-#   run-programs.sh SECONDS TYPE...     time limit of one program; values of QSL_DEBUG_CPU_TYPE,
-#                                       "detected" for none
+#   run-programs.sh SECONDS     time limit of one program
 #
-# Prints each program with its exit status, the output of failing ones, and a summary line.
+# Prints each test with its exit status, the output of failing ones, and a summary line.
 set -euo pipefail
 
 seconds=$1
-shift
 scratch=$PWD
-export HOME=$scratch WINEPREFIX=$scratch/prefix WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
+export GTEST_BRIEF=1 HOME=$scratch WINEPREFIX=$scratch/prefix WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
 export WINEARCH=win32
 unset DISPLAY
 # Debian's "wine" may prefer the 64-bit loader, which is not needed and may be missing.
@@ -32,20 +31,19 @@ fi
 
 ran=0 failed=0
 cd "$scratch/bin"
-for type in "$@"; do
-  unset QSL_DEBUG_CPU_TYPE
-  [ "$type" = detected ] || export QSL_DEBUG_CPU_TYPE=$type
-  for program in test_*.exe; do
-    status=0
-    timeout -k 5 "$seconds" "$wine" "$program" </dev/null >"$scratch/output" 2>&1 || status=$?
-    ran=$((ran + 1))
-    echo "$program type $type exit $status"
-    if [ $status -ne 0 ]; then
-      failed=$((failed + 1))
-      [ $status -ne 124 ] || echo "    ended by the time limit of $seconds s"
-      sed 's/^/    /' "$scratch/output"
-    fi
-  done
-done
+while IFS='|' read -r name settings program arguments; do
+  status=0
+  # Settings and arguments are words.
+  # shellcheck disable=SC2086
+  env $settings timeout -k 5 "$seconds" "$wine" "$program" $arguments \
+    </dev/null >"$scratch/output" 2>&1 || status=$?
+  ran=$((ran + 1))
+  echo "$name exit $status"
+  if [ $status -ne 0 ]; then
+    failed=$((failed + 1))
+    [ $status -ne 124 ] || echo "    ended by the time limit of $seconds s"
+    sed 's/^/    /' "$scratch/output"
+  fi
+done <"$scratch/tests"
 echo "Windows: $ran runs under Wine, $failed failed"
 [ $failed -eq 0 ]
