@@ -54,7 +54,7 @@ bool measure_with_clock(double* frequency) {
 
 double frequency_from_brand() {
   constexpr std::uint32_t kLastBrandLeaf = 0x80000004;
-  std::uint32_t highest, words[4], ebx, ecx, edx;
+  std::uint32_t highest, words[4] = {}, ebx, ecx, edx;
   __cpuid(0x80000000, highest, ebx, ecx, edx);
   if (highest < kLastBrandLeaf) return 0;
   __cpuid(kLastBrandLeaf, words[0], words[1], words[2], words[3]);
