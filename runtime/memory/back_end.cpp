@@ -27,8 +27,7 @@ bool is_mapped(Function function) {
 }
 
 bool same(const platform::Allocator& a, const platform::Allocator& b) {
-  return a.malloc == b.malloc && a.calloc == b.calloc && a.realloc == b.realloc &&
-         a.free == b.free;
+  return a.malloc == b.malloc && a.calloc == b.calloc && a.realloc == b.realloc && a.free == b.free;
 }
 
 InnerHeader* header_of(void* block) { return static_cast<InnerHeader*>(block) - 1; }

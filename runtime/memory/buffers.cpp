@@ -47,8 +47,8 @@ void settle(std::uint32_t index) {
 }
 
 // Empties all caches and starts a new generation. Records with blocks in use must stay within reach
-// of the search, since these blocks carry no header: they move to the front of the registry, without
-// an owner, and go with their last block.
+// of the search, since these blocks carry no header: they move to the front of the registry,
+// without an owner, and go with their last block.
 void empty_registry() {
   std::uint32_t kept = 0;
   for (std::uint32_t index = 1; index <= registry.next_index; ++index) {

@@ -35,8 +35,7 @@ HighBandwidth resolve(platform::Module* module) {
   HighBandwidth found;
   found.allocate = reinterpret_cast<decltype(found.allocate)>(
       platform::module_symbol(module, "hbw_posix_memalign_psize"));
-  found.free =
-      reinterpret_cast<decltype(found.free)>(platform::module_symbol(module, "hbw_free"));
+  found.free = reinterpret_cast<decltype(found.free)>(platform::module_symbol(module, "hbw_free"));
   if (found.allocate == nullptr || found.free == nullptr) return {};
   return found;
 }

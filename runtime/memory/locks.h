@@ -1,9 +1,9 @@
 // The locks of the memory manager.
 //
 // Normal traffic holds one word only: threads with an index from 1 to 1024 a word of their own, all
-// others the shared word, as sharers. A walker of the whole registry holds the shared word alone and
-// then every other word, so it excludes everybody. A thread holds at most one of these; after them,
-// in this order, come the registry's lock, that of the thread-local slots, the high-bandwidth
+// others the shared word, as sharers. A walker of the whole registry holds the shared word alone
+// and then every other word, so it excludes everybody. A thread holds at most one of these; after
+// them, in this order, come the registry's lock, that of the thread-local slots, the high-bandwidth
 // limit's and the statistics'.
 #pragma once
 
@@ -34,7 +34,7 @@ inline bool try_word(int& word) {
 inline void lock_own(std::uint32_t index) {
   int& word = entry_words[index - 1].word;
   while (!try_word(word)) [[unlikely]] {
-  }
+    }
   QSL_NOTE_LOCKED(&word, 1);
 }
 

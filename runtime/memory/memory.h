@@ -1,5 +1,6 @@
-// The memory manager: aligned blocks (plain layer) and a small per-thread cache of them (fast layer).
-// The exported calls QSL_malloc, QSL_free and QSL_Free_Buffers are declared in qsl/memory.h.
+// The memory manager: aligned blocks (plain layer) and a small per-thread cache of them (fast
+// layer). The exported calls QSL_malloc, QSL_free and QSL_Free_Buffers are declared in
+// qsl/memory.h.
 #pragma once
 
 #include <cstddef>

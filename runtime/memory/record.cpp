@@ -15,19 +15,24 @@ ThreadRecord* make_record() {
   return static_cast<ThreadRecord*>(block);
 }
 
+// Whoever gets the block next must not be found here, so the slot forgets it first.
+void empty_slot(ThreadRecord* record, int slot) {
+  QSL_NOTE_TAKEN_OVER(&record->in_use[slot]);
+  void* const base = record->base[slot];
+  record->base[slot] = nullptr;
+  record->capacity[slot] = 0;
+  publish<void*>(record->aligned[slot], nullptr);
+  if (base != nullptr) back_end.free(base);
+}
+
 bool empty_record(ThreadRecord* record) {
   bool unused = true;
-  for (std::uint32_t i = 0; i < record->count; ++i) {
+  for (int i = 0; i < static_cast<int>(record->count); ++i) {
     if (observe(record->in_use[i]) != 0) {
       unused = false;
-      continue;
+    } else {
+      empty_slot(record, i);
     }
-    QSL_NOTE_TAKEN_OVER(&record->in_use[i]);
-    void* const base = record->base[i];
-    record->base[i] = nullptr;
-    record->capacity[i] = 0;
-    publish<void*>(record->aligned[i], nullptr);
-    if (base != nullptr) back_end.free(base);
   }
   return unused;
 }

@@ -1,8 +1,8 @@
 // A thread's cache of blocks.
 //
 // The owner changes its record under its entry lock. Other threads look through `aligned` and clear
-// `in_use` meanwhile, under their own entry locks: a block in use keeps its slot, and a slot names no
-// block that the back end has got back.
+// `in_use` meanwhile, under their own entry locks: a block in use keeps its slot, and a slot names
+// no block that the back end has got back.
 #pragma once
 
 #include <cstddef>
@@ -31,6 +31,9 @@ static_assert(sizeof(ThreadRecord) == 116);
 
 // A zeroed record, or null.
 ThreadRecord* make_record();
+
+// Gives a slot's block back. The owner's entry lock or the walker's lock is held.
+void empty_slot(ThreadRecord* record, int slot);
 
 // Gives the cached blocks back that nobody uses. True when no block is in use any more. The caller
 // holds the walker's lock.

@@ -29,7 +29,8 @@ void close_ticket_slot(void*) {
 // Opening and making go together: a shut-down in between would take the slot away again.
 Ticket* make_ticket() {
   Guard guard(&thread_slots_lock);
-  if (ticket_slot == Slot::unopened && platform::thread_blocks_open(platform::ThreadBlock::ticket)) {
+  if (ticket_slot == Slot::unopened &&
+      platform::thread_blocks_open(platform::ThreadBlock::ticket)) {
     ticket_slot = Slot::open;
     qsl_mm_at_shutdown(close_ticket_slot, nullptr);
   }

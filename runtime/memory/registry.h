@@ -87,7 +87,6 @@ inline ThreadRecord* record_of(const Ticket& ticket) {
   return entry_at(ticket.index)->record;
 }
 
-
 // The same for an index of the first table.
 inline ThreadRecord* record_of_own(const Ticket& ticket) {
   if (ticket.generation != registry.generation) return nullptr;
