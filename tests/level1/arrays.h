@@ -1,9 +1,12 @@
 // Arrays for the tests: any address, guarded values around, reproducible contents.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <vector>
 
 namespace level1_test {
@@ -84,6 +87,39 @@ class GuardedArray {
   std::size_t size_;
   std::size_t start_;
 };
+
+// An emulated processor is slow: fewer sizes are swept when QSL_TEST_EMULATED is set.
+inline bool emulated() { return std::getenv("QSL_TEST_EMULATED") != nullptr; }
+
+// Addresses modulo 64: every fourth byte, as 32-bit programs align doubles, and some odd ones.
+inline std::vector<unsigned> phases() {
+  if (emulated()) return {0, 4, 8, 16, 24, 32, 56};
+  std::vector<unsigned> result = {1, 7, 13, 31, 50, 63};
+  for (unsigned phase = 0; phase < 64; phase += 4) result.push_back(phase);
+  return result;
+}
+
+// Every count up to `small` and the neighbourhood of larger ones.
+inline std::vector<int> counts(int small, std::initializer_list<int> others) {
+  std::vector<int> result;
+  for (int n = 0; n <= (emulated() ? std::min(small, 70) : small); n++) result.push_back(n);
+  for (const int n : others) {
+    for (int near = n - 2; near <= n + 2; near++) result.push_back(near);
+  }
+  return result;
+}
+
+// Elements that an array needs.
+inline std::size_t extent(int n, int inc) {
+  return n <= 0 ? 0 : 1 + static_cast<std::size_t>(n - 1) * static_cast<std::size_t>(std::abs(inc));
+}
+
+// Index in memory of the logical element i: a negative stride starts at the far end.
+inline std::size_t walk(int n, int inc, int i) {
+  return static_cast<std::size_t>((inc < 0 ? (1 - n) * inc : 0) + i * inc);
+}
+
+inline constexpr int strides[] = {-3, -2, -1, 0, 1, 2, 5};
 
 inline bool same_bits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 

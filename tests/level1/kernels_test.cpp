@@ -2,9 +2,8 @@
 // alignment of both arrays, each stride.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdio>
-#include <cstdlib>
+#include <cstring>
 #include <vector>
 
 #include "tests/level1/arrays.h"
@@ -13,30 +12,6 @@
 
 namespace level1_test {
 namespace {
-
-constexpr int strides[] = {-3, -2, -1, 0, 1, 2, 5};
-
-std::size_t extent(int n, int inc) {
-  return n <= 0 ? 0 : 1 + static_cast<std::size_t>(n - 1) * static_cast<std::size_t>(std::abs(inc));
-}
-
-// Every fourth byte, as 32-bit programs align doubles, and some odd addresses.
-std::vector<unsigned> phases() {
-  if (emulated()) return {0, 4, 8, 16, 24, 32, 56};
-  std::vector<unsigned> result = {1, 7, 13, 31, 50, 63};
-  for (unsigned phase = 0; phase < 64; phase += 4) result.push_back(phase);
-  return result;
-}
-
-// Every count up to `small` and the neighbourhood of larger ones.
-std::vector<int> counts(int small, std::initializer_list<int> others) {
-  std::vector<int> result;
-  for (int n = 0; n <= (emulated() ? std::min(small, 70) : small); n++) result.push_back(n);
-  for (const int n : others) {
-    for (int near = n - 2; near <= n + 2; near++) result.push_back(near);
-  }
-  return result;
-}
 
 class Level1Kernels : public testing::TestWithParam<Variant> {
  protected:
@@ -56,7 +31,7 @@ TEST_P(Level1Kernels, DotHasTheBitsOfItsBlocksAtEveryAlignment) {
     for (const unsigned phase_y : phases()) {
       GuardedArray y(capacity, phase_y);
       y.fill(Values(2));
-      for (const int n : counts(140, {192, 198})) {
+      for (const int n : counts(70, {96, 128, 198})) {
         // The arrays end where the guards begin.
         const double* x_at = x.data() + capacity - n;
         const double* y_at = y.data() + capacity - n;
@@ -104,6 +79,32 @@ TEST_P(Level1Kernels, DotHasTheBitsOfItsBlocksForEveryStride) {
         }
       }
     }
+  }
+}
+
+// The product of two strides may wrap to 1 in 32 bits; only (1, 1) and (-1, -1) count as 1. A
+// stride of 2^31 - 1 is such a case and walks backwards, one element a step, modulo the address
+// space.
+TEST_P(Level1Kernels, DotIsNotMisledByAProductOfStridesThatWraps) {
+  constexpr int n = 37;
+  constexpr int huge = 2147483647;
+  GuardedArray x(n, 0);
+  GuardedArray y(n, 0);
+  x.fill(Values(11));
+  y.fill(Values(12));
+  std::vector<double> backwards_x, backwards_y;
+  for (int i = n - 1; i >= 0; i--) {
+    backwards_x.push_back(x.data()[i]);
+    backwards_y.push_back(y.data()[i]);
+    backwards_x.push_back(0);
+    backwards_y.push_back(0);
+  }
+  const double expected = model_ddot(level(), n, backwards_x.data(), 2, backwards_y.data(), 2);
+  const double found = GetParam().ddot(n, x.data() + n - 1, huge, y.data() + n - 1, huge);
+  EXPECT_TRUE(same_bits(found, expected)) << found << " for " << expected;
+  // With one element nothing is walked.
+  for (const int inc : {huge, -huge - 1, static_cast<int>(0xaaaaaaab), 3}) {
+    EXPECT_EQ(GetParam().ddot(1, x.data(), inc, y.data(), 3), x.data()[0] * y.data()[0]);
   }
 }
 
@@ -236,9 +237,9 @@ class Copies : public Level1Kernels {
   // Bytes that are signalling NaNs and everything else, moved element by element.
   static void copy_elements(int n, const void* x, int incx, void* y, int incy, int unit) {
     for (int i = 0; i < n; i++) {
-      const auto at = [&](int inc) { return ((inc < 0 ? (1 - n) * inc : 0) + i * inc) * unit * 8; };
-      std::memcpy(static_cast<char*>(y) + at(incy), static_cast<const char*>(x) + at(incx),
-                  static_cast<std::size_t>(unit) * 8);
+      const std::size_t bytes = static_cast<std::size_t>(unit) * sizeof(double);
+      std::memcpy(static_cast<char*>(y) + walk(n, incy, i) * bytes,
+                  static_cast<const char*>(x) + walk(n, incx, i) * bytes, bytes);
     }
   }
   void check_real(int n, unsigned phase_x, int incx, unsigned phase_y, int incy) const {

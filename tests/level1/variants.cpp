@@ -1,7 +1,5 @@
 #include "tests/level1/variants.h"
 
-#include <cstdlib>
-
 #include "blas/kernels/p4m/zaxpy_bodies.h"
 #include "blas/level1/routines.h"
 
@@ -50,7 +48,5 @@ bool processor_supports(Level level) {
   }
   return false;
 }
-
-bool emulated() { return std::getenv("QSL_TEST_EMULATED") != nullptr; }
 
 }  // namespace level1_test

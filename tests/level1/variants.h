@@ -35,7 +35,4 @@ inline std::ostream& operator<<(std::ostream& out, const Variant& variant) {
 const std::vector<Variant>& all_variants();
 bool processor_supports(Level level);
 
-// An emulated processor is slow: fewer sizes are swept when QSL_TEST_EMULATED is set.
-bool emulated();
-
 }  // namespace level1_test
