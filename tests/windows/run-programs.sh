@@ -21,14 +21,15 @@ server=$(command -v wineserver || true)
 
 stop() { "$server" -k >/dev/null 2>&1 || true; }
 trap stop EXIT
+# The server is started first, to stay until the end: one that ends by itself after a pause may do so
+# at the moment when the next program comes.
+mkdir "$WINEPREFIX"
+"$server" -p
 if ! timeout 180 "$wine" wineboot -i >"$scratch/boot.log" 2>&1; then
   cat "$scratch/boot.log"
   echo "Wine could not make its prefix"
   exit 1
 fi
-# The server stays until the end: starting it costs more than a small program.
-"$server" -p >/dev/null 2>&1 || true
-
 ran=0 failed=0
 cd "$scratch/bin"
 while IFS='|' read -r name settings program arguments; do
