@@ -28,14 +28,27 @@ inline constexpr bool has_fma = false;
 // A double at any address, odd ones too.
 using double_anywhere = double __attribute__((aligned(1), may_alias));
 
-QSL_INLINE double load_scalar(const double* p) {
-  return *reinterpret_cast<const double_anywhere*>(p);
-}
+// One double, in lane 0 of a register. A plain double may wander through the x87 unit or a slot of
+// the stack between two operations (seen: 40 cycles for a dot product of one element instead of 12,
+// for the sake of a zero that was stored in two halves and loaded as one).
+struct f64 {
+  __m128d v;
+
+  QSL_INLINE static f64 zero() { return {_mm_setzero_pd()}; }
+  QSL_INLINE static f64 load(const double* p) {
+    return {_mm_set_sd(*reinterpret_cast<const double_anywhere*>(p))};
+  }
+  QSL_INLINE void store(double* p) const { _mm_storel_pd(p, v); }
+  QSL_INLINE double value() const { return _mm_cvtsd_f64(v); }
+};
+
+QSL_INLINE f64 operator+(f64 a, f64 b) { return {_mm_add_sd(a.v, b.v)}; }
+QSL_INLINE f64 operator*(f64 a, f64 b) { return {_mm_mul_sd(a.v, b.v)}; }
 
 // a * b + c
-QSL_INLINE double mul_add(double a, double b, double c) {
+QSL_INLINE f64 mul_add(f64 a, f64 b, f64 c) {
 #if defined(__FMA__)
-  return __builtin_fma(a, b, c);
+  return {_mm_fmadd_sd(a.v, b.v, c.v)};
 #else
   return a * b + c;
 #endif
@@ -54,19 +67,17 @@ struct f64x2 {
   QSL_INLINE static f64x2 load_halves(const double* p) { return gather(p, p + 1); }
   // (*lower, *upper)
   QSL_INLINE static f64x2 gather(const double* lower, const double* upper) {
-    return {_mm_loadh_pd(_mm_set_sd(load_scalar(lower)), upper)};
+    return {_mm_loadh_pd(f64::load(lower).v, upper)};
   }
-  // (*p, 0)
-  QSL_INLINE static f64x2 load_lower(const double* p) { return {_mm_set_sd(load_scalar(p))}; }
   // (0, *p)
   QSL_INLINE static f64x2 load_upper(const double* p) {
     return {_mm_loadh_pd(_mm_setzero_pd(), p)};
   }
-  QSL_INLINE static f64x2 broadcast(double x) { return {_mm_set1_pd(x)}; }
+  QSL_INLINE static f64x2 broadcast(f64 x) { return {_mm_unpacklo_pd(x.v, x.v)}; }
   // The pair at p in every pair of lanes.
   QSL_INLINE static f64x2 broadcast_pair(const double* p) { return load(p); }
   // (x, 0)
-  QSL_INLINE static f64x2 lower(double x) { return {_mm_set_sd(x)}; }
+  QSL_INLINE static f64x2 lower(f64 x) { return {_mm_move_sd(_mm_setzero_pd(), x.v)}; }
 
   QSL_INLINE void store(double* p) const { _mm_storeu_pd(p, v); }
   QSL_INLINE void store_aligned(double* p) const { _mm_store_pd(p, v); }
@@ -74,11 +85,10 @@ struct f64x2 {
     _mm_storel_pd(p, v);
     _mm_storeh_pd(p + 1, v);
   }
-  QSL_INLINE void store_lower(double* p) const { _mm_storel_pd(p, v); }
 
   // The first k lanes, 1 <= k < lanes, so k = 1; the other is neither read nor written.
-  QSL_INLINE static f64x2 load_first(const double* p, int) { return load_lower(p); }
-  QSL_INLINE void store_first(double* p, int) const { store_lower(p); }
+  QSL_INLINE static f64x2 load_first(const double* p, int) { return {f64::load(p).v}; }
+  QSL_INLINE void store_first(double* p, int) const { _mm_storel_pd(p, v); }
 };
 
 QSL_INLINE f64x2 operator+(f64x2 a, f64x2 b) { return {_mm_add_pd(a.v, b.v)}; }
@@ -99,7 +109,7 @@ QSL_INLINE f64x2 mul_sub_add(f64x2 a, f64x2 b, f64x2 c) { return {_mm_fmaddsub_p
 #endif
 
 // Adds x to lane 0; lane 1 keeps its value.
-QSL_INLINE f64x2 add_lower(f64x2 a, double x) { return {_mm_add_sd(a.v, _mm_set_sd(x))}; }
+QSL_INLINE f64x2 add_lower(f64x2 a, f64 x) { return {_mm_add_sd(a.v, x.v)}; }
 
 // (a0, a0)
 QSL_INLINE f64x2 dup_even(f64x2 a) {
@@ -121,8 +131,6 @@ QSL_INLINE f64x2 negate_even(f64x2 a) { return {_mm_xor_pd(a.v, _mm_set_pd(0.0, 
 QSL_INLINE f64x2 first_pair(f64x2 a) { return a; }
 
 // upper lane + lower lane
-QSL_INLINE double sum_lanes(f64x2 a) {
-  return _mm_cvtsd_f64(_mm_add_sd(a.v, _mm_unpackhi_pd(a.v, a.v)));
-}
+QSL_INLINE f64 sum_lanes(f64x2 a) { return {_mm_add_sd(a.v, _mm_unpackhi_pd(a.v, a.v))}; }
 
 }  // namespace qsl::QSL_LEVEL

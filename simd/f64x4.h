@@ -19,14 +19,14 @@ struct f64x4 {
   QSL_INLINE static f64x4 zero() { return {_mm256_setzero_pd()}; }
   QSL_INLINE static f64x4 load(const double* p) { return {_mm256_loadu_pd(p)}; }
   QSL_INLINE static f64x4 load_aligned(const double* p) { return {_mm256_load_pd(p)}; }
-  QSL_INLINE static f64x4 broadcast(double x) { return {_mm256_set1_pd(x)}; }
+  QSL_INLINE static f64x4 broadcast(f64 x) { return {_mm256_set1_pd(x.value())}; }
   QSL_INLINE static f64x4 broadcast_pair(const double* p) {
     const __m128d pair = _mm_loadu_pd(p);
     return {_mm256_insertf128_pd(_mm256_castpd128_pd256(pair), pair, 1)};
   }
   // (x, 0, 0, 0)
-  QSL_INLINE static f64x4 lower(double x) {
-    return {_mm256_insertf128_pd(_mm256_setzero_pd(), _mm_set_sd(x), 0)};
+  QSL_INLINE static f64x4 lower(f64 x) {
+    return {_mm256_insertf128_pd(_mm256_setzero_pd(), f64x2::lower(x).v, 0)};
   }
 
   QSL_INLINE void store(double* p) const { _mm256_storeu_pd(p, v); }
@@ -72,6 +72,6 @@ QSL_INLINE f64x2 first_pair(f64x4 a) { return {_mm256_castpd256_pd128(a.v)}; }
 QSL_INLINE f64x2 sum_halves(f64x4 a) {
   return f64x2{_mm256_castpd256_pd128(a.v)} + f64x2{_mm256_extractf128_pd(a.v, 1)};
 }
-QSL_INLINE double sum_lanes(f64x4 a) { return sum_lanes(sum_halves(a)); }
+QSL_INLINE f64 sum_lanes(f64x4 a) { return sum_lanes(sum_halves(a)); }
 
 }  // namespace qsl::QSL_LEVEL

@@ -25,7 +25,7 @@ struct f64x8 {
   QSL_INLINE static f64x8 zero() { return {_mm512_setzero_pd()}; }
   QSL_INLINE static f64x8 load(const double* p) { return {_mm512_loadu_pd(p)}; }
   QSL_INLINE static f64x8 load_aligned(const double* p) { return {_mm512_load_pd(p)}; }
-  QSL_INLINE static f64x8 broadcast(double x) { return {_mm512_set1_pd(x)}; }
+  QSL_INLINE static f64x8 broadcast(f64 x) { return {_mm512_set1_pd(x.value())}; }
   QSL_INLINE static f64x8 broadcast_pair(const double* p) {
     return {_mm512_broadcast_f64x2(_mm_loadu_pd(p))};
   }
@@ -78,6 +78,6 @@ QSL_INLINE f64x2 first_pair(f64x8 a) { return {_mm512_castpd512_pd128(a.v)}; }
 QSL_INLINE f64x4 sum_halves(f64x8 a) {
   return f64x4{_mm512_castpd512_pd256(a.v)} + f64x4{_mm512_extractf64x4_pd(a.v, 1)};
 }
-QSL_INLINE double sum_lanes(f64x8 a) { return sum_lanes(sum_halves(a)); }
+QSL_INLINE f64 sum_lanes(f64x8 a) { return sum_lanes(sum_halves(a)); }
 
 }  // namespace qsl::QSL_LEVEL

@@ -14,6 +14,10 @@
 
 namespace qsl::QSL_LEVEL {
 
+// Keeps a loop's counter in its register. The compiler would otherwise replace it by an end address
+// and work out the count after the loop, in registers that 32-bit code does not have.
+QSL_INLINE void keep(int& counter) { asm("" : "+r"(counter)); }
+
 // An integer known at compile time, as an argument.
 template <int i>
 struct Index {

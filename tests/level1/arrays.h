@@ -38,7 +38,7 @@ class Values {
 // signalling NaN, so that a read outside shows in a sum and a write outside in `intact`.
 class GuardedArray {
  public:
-  static constexpr std::size_t margin = 256;
+  static constexpr std::size_t margin = 128;
 
   GuardedArray(std::size_t count, unsigned phase)
       : bytes_(count * sizeof(double) + 2 * margin + 128), size_(count * sizeof(double)) {

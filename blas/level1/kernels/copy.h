@@ -31,6 +31,7 @@ struct CopyRest {
     x += elements;
     y += elements;
     n -= elements;
+    keep(n);
   }
 };
 
@@ -110,7 +111,7 @@ QSL_INLINE void dcopy(int n, const double* x_base, int incx, double* y_base, int
   Walk<const double> x(x_base, n, incx);
   Walk<double> y(y_base, n, incy);
   const auto move = [&](auto) QSL_INLINE_LAMBDA {
-    f64x2::load_lower(*x).store_lower(*y);
+    f64::load(*x).store(*y);
     x.advance(1);
     y.advance(1);
   };

@@ -26,18 +26,19 @@ struct DaxpyRest {
     x += elements;
     y += elements;
     n -= elements;
+    keep(n);
   }
 };
 
-QSL_INLINE void daxpy_singles(double a, DaxpyRest& rest, int count) {
+QSL_INLINE void daxpy_singles(f64 a, DaxpyRest& rest, int count) {
   for (; count > 0; count--) {
-    f64x2::lower(mul_add(a, load_scalar(rest.x), load_scalar(rest.y))).store_lower(rest.y);
+    mul_add(a, f64::load(rest.x), f64::load(rest.y)).store(rest.y);
     rest.advance(1);
   }
 }
 
 template <class Shape>
-QSL_INLINE void daxpy_blocks(double a, DaxpyRest& rest) {
+QSL_INLINE void daxpy_blocks(f64 a, DaxpyRest& rest) {
   using Vector = typename Shape::Vector;
   const Vector factor = Vector::broadcast(a);
   while (rest.n >= Shape::block) {
@@ -52,7 +53,7 @@ QSL_INLINE void daxpy_blocks(double a, DaxpyRest& rest) {
 template <class Shape>
 QSL_INLINE void daxpy(int n, const double* a_at, const double* x, int incx, double* y, int incy) {
   if (n <= 0) return;
-  const double a = load_scalar(a_at);
+  const f64 a = f64::load(a_at);
   if (incx == 1 && incy == 1) {
     DaxpyRest rest{n, x, y};
     if (n >= Shape::minimum && misalignment(y, 8) == 0) {
@@ -72,7 +73,7 @@ QSL_INLINE void daxpy(int n, const double* a_at, const double* x, int incx, doub
   Walk<const double> from(x, n, incx);
   Walk<double> to(y, n, incy);
   for (; n > 0; n--) {
-    f64x2::lower(mul_add(a, load_scalar(*from), load_scalar(*to))).store_lower(*to);
+    mul_add(a, f64::load(*from), f64::load(*to)).store(*to);
     from.advance(1);
     to.advance(1);
   }

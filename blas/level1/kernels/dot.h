@@ -86,7 +86,7 @@ struct DotAccumulators {
                            FetchY::template load<Vector>(y + at));
     });
   }
-  QSL_INLINE double sum() const { return sum_lanes((a[0] + a[1]) + (a[2] + a[3])); }
+  QSL_INLINE f64 sum() const { return sum_lanes((a[0] + a[1]) + (a[2] + a[3])); }
 };
 
 // What is left of two unit-stride vectors.
@@ -99,6 +99,7 @@ struct DotRest {
     x += elements;
     y += elements;
     n -= elements;
+    keep(n);
   }
 };
 
@@ -114,15 +115,33 @@ QSL_INLINE void dot_halving(DotAccumulators<Vector>& accumulators, DotRest& rest
   }
 }
 
-// The remainder, the reduction and the elements after it. `peeled` is added to the reduced sum.
+// One vector per pass into a register whose lane 0 starts from `sum`; then one by one.
+template <class Vector>
+QSL_INLINE f64 dot_seeded(f64 sum, DotRest rest) {
+  if (rest.n >= Vector::lanes) {
+    Vector seeded = Vector::lower(sum);
+    do {
+      seeded = mul_add(Vector::load(rest.x), Vector::load(rest.y), seeded);
+      rest.advance(Vector::lanes);
+    } while (rest.n >= Vector::lanes);
+    sum = sum_lanes(seeded);
+  }
+  for (; rest.n > 0; rest.advance(1)) {
+    sum = mul_add(f64::load(rest.x), f64::load(rest.y), sum);
+  }
+  return sum;
+}
+
+// The remainder, the reduction and the elements after it, when a main block has run: all four
+// accumulators count.
 template <class Shape, class FetchX, class FetchY>
-QSL_INLINE double dot_finish(DotAccumulators<typename Shape::Vector>& accumulators, DotRest rest,
-                             [[maybe_unused]] double peeled) {
+QSL_INLINE f64 dot_finish(DotAccumulators<typename Shape::Vector>& accumulators, DotRest rest,
+                          [[maybe_unused]] f64 peeled) {
   using Vector = typename Shape::Vector;
   if constexpr (Shape::remainder == DotRemainder::halving) {
     dot_halving<Shape::block / 2, FetchX, FetchY>(accumulators, rest);
     if (rest.n & 1) {
-      accumulators.a[0] = add_lower(accumulators.a[0], load_scalar(rest.x) * load_scalar(rest.y));
+      accumulators.a[0] = add_lower(accumulators.a[0], f64::load(rest.x) * f64::load(rest.y));
     }
     return accumulators.sum();
   } else if constexpr (Shape::remainder == DotRemainder::masked) {
@@ -137,33 +156,59 @@ QSL_INLINE double dot_finish(DotAccumulators<typename Shape::Vector>& accumulato
     for (; rest.n >= 2; rest.advance(2)) {
       accumulators.template add_block<1, FetchX, FetchY>(rest.x, rest.y);
     }
-    double sum = accumulators.sum() + peeled;
-    if (rest.n != 0) sum += load_scalar(rest.x) * load_scalar(rest.y);
+    f64 sum = accumulators.sum() + peeled;
+    if (rest.n != 0) sum = sum + f64::load(rest.x) * f64::load(rest.y);
     return sum;
   } else {
-    double sum = accumulators.sum();
-    if (rest.n >= Vector::lanes) {
-      Vector seeded = Vector::lower(sum);
+    return dot_seeded<Vector>(accumulators.sum(), rest);
+  }
+}
+
+// The same for a vector shorter than a main block, where short calls spend their time. Accumulators
+// that got no product are +0 and are not added: without fused operations no accumulator is ever
+// -0, so a sum with +0 changes no bit.
+template <class Shape, class FetchX, class FetchY>
+QSL_INLINE f64 dot_short(DotAccumulators<typename Shape::Vector>& accumulators, DotRest rest,
+                         [[maybe_unused]] f64 peeled) {
+  if constexpr (Shape::remainder == DotRemainder::halving) {
+    if (rest.n < 4) {
+      if (rest.n & 2) {
+        accumulators.template add_block<1, FetchX, FetchY>(rest.x, rest.y);
+        rest.advance(2);
+      }
+      if (rest.n & 1) {
+        accumulators.a[0] = add_lower(accumulators.a[0], f64::load(rest.x) * f64::load(rest.y));
+      }
+      return sum_lanes(accumulators.a[0]);
+    }
+    return dot_finish<Shape, FetchX, FetchY>(accumulators, rest, peeled);
+  } else if constexpr (Shape::remainder == DotRemainder::pairs) {
+    f64 sum = peeled;
+    if (rest.n >= 2) {
       do {
-        seeded = mul_add(Vector::load(rest.x), Vector::load(rest.y), seeded);
-        rest.advance(Vector::lanes);
-      } while (rest.n >= Vector::lanes);
-      sum = sum_lanes(seeded);
+        accumulators.template add_block<1, FetchX, FetchY>(rest.x, rest.y);
+        rest.advance(2);
+      } while (rest.n >= 2);
+      sum = sum + sum_lanes(accumulators.a[0]);
     }
-    for (; rest.n > 0; rest.advance(1)) {
-      sum = mul_add(load_scalar(rest.x), load_scalar(rest.y), sum);
-    }
+    if (rest.n != 0) sum = sum + f64::load(rest.x) * f64::load(rest.y);
     return sum;
+  } else if constexpr (Shape::remainder == DotRemainder::seeded) {
+    return dot_seeded<typename Shape::Vector>(f64::zero(), rest);
+  } else {
+    return dot_finish<Shape, FetchX, FetchY>(accumulators, rest, peeled);
   }
 }
 
 template <class Shape, class FetchX, class FetchY>
-QSL_INLINE double dot_blocks(DotAccumulators<typename Shape::Vector> accumulators, DotRest rest,
-                             double peeled) {
-  for (; rest.n >= Shape::block; rest.advance(Shape::block)) {
+QSL_INLINE f64 dot_blocks(DotAccumulators<typename Shape::Vector> accumulators, DotRest rest,
+                          f64 peeled) {
+  if (rest.n < Shape::block) return dot_short<Shape, FetchX, FetchY>(accumulators, rest, peeled);
+  do {
     accumulators.template add_block<Shape::block / Shape::Vector::lanes, FetchX, FetchY>(rest.x,
                                                                                          rest.y);
-  }
+    rest.advance(Shape::block);
+  } while (rest.n >= Shape::block);
   return dot_finish<Shape, FetchX, FetchY>(accumulators, rest, peeled);
 }
 
@@ -172,7 +217,7 @@ QSL_INLINE double dot_blocks(DotAccumulators<typename Shape::Vector> accumulator
 // aligned load of a block reaches one element beyond it, so the block at the very end, and the
 // pairs, load x unaligned: the same bits, and nothing outside the array is touched.
 template <class Shape>
-QSL_INLINE double dot_blocks_realigned(DotRest rest, double peeled) {
+QSL_INLINE f64 dot_blocks_realigned(DotRest rest, f64 peeled) {
   using Vector = typename Shape::Vector;
   DotAccumulators<Vector> accumulators;
   if (rest.n > Shape::block) {
@@ -187,19 +232,24 @@ QSL_INLINE double dot_blocks_realigned(DotRest rest, double peeled) {
       });
       rest.advance(Shape::block);
     } while (rest.n > Shape::block);
+    if (rest.n == Shape::block) {
+      accumulators.template add_block<Shape::block / Vector::lanes, AtAnyAddress, AtAlignedAddress>(
+          rest.x, rest.y);
+      rest.advance(Shape::block);
+    }
+    return dot_finish<Shape, AtAnyAddress, AtAlignedAddress>(accumulators, rest, peeled);
   }
   return dot_blocks<Shape, AtAnyAddress, AtAlignedAddress>(accumulators, rest, peeled);
 }
 
 template <class Shape>
-QSL_INLINE double dot_strided(int n, const double* x_base, int incx, const double* y_base,
-                              int incy) {
+QSL_INLINE f64 dot_strided(int n, const double* x_base, int incx, const double* y_base, int incy) {
   Walk<const double> x(x_base, n, incx);
   Walk<const double> y(y_base, n, incy);
   if constexpr (Shape::strided == DotStrided::in_order) {
-    double sum = 0.0;
+    f64 sum = f64::zero();
     for (; n > 0; n--) {
-      sum += load_scalar(*x) * load_scalar(*y);
+      sum = sum + f64::load(*x) * f64::load(*y);
       x.advance(1);
       y.advance(1);
     }
@@ -214,8 +264,8 @@ QSL_INLINE double dot_strided(int n, const double* x_base, int incx, const doubl
     };
     for (; n >= 8; n -= 8) unroll<4>(add_pair);
     for (; n >= 2; n -= 2) unroll<1>(add_pair);
-    double sum = accumulators.sum();
-    if (n != 0) sum = mul_add(load_scalar(*x), load_scalar(*y), sum);
+    f64 sum = accumulators.sum();
+    if (n != 0) sum = mul_add(f64::load(*x), f64::load(*y), sum);
     return sum;
   } else {
     using Vector = typename Shape::Vector;
@@ -240,38 +290,49 @@ QSL_INLINE double dot_strided(int n, const double* x_base, int incx, const doubl
   }
 }
 
+// In the levels whose alignment plan is `same_phase`.
 template <class Shape>
-QSL_INLINE double dot(int n, const double* x, int incx, const double* y, int incy) {
-  if (n <= 0) return 0.0;
-  if (!Shape::unit_stride(incx, incy)) return dot_strided<Shape>(n, x, incx, y, incy);
-
-  using Vector = typename Shape::Vector;
-  DotAccumulators<Vector> accumulators;
-  DotRest rest{n, x, y};
-  if constexpr (Shape::alignment == DotAlignment::none) {
-    return dot_blocks<Shape, AtAnyAddress, AtAnyAddress>(accumulators, rest, 0.0);
-  } else if constexpr (Shape::alignment == DotAlignment::same_phase) {
+QSL_INLINE bool dot_keeps_to_strides(const double* x, const double* y) {
+  if constexpr (Shape::alignment == DotAlignment::same_phase) {
     const std::uintptr_t phase = misalignment(x, 16);
-    if (phase != misalignment(y, 16) || phase % 8 != 0) {
-      return dot_strided<Shape>(n, x, incx, y, incy);
-    }
-    if (phase != 0) {
-      accumulators.a[0] = add_lower(accumulators.a[0], load_scalar(x) * load_scalar(y));
+    return phase % 8 != 0 || phase != misalignment(y, 16);
+  } else {
+    return false;
+  }
+}
+
+template <class Shape>
+QSL_INLINE f64 dot_unit(DotRest rest) {
+  DotAccumulators<typename Shape::Vector> accumulators;
+  if constexpr (Shape::alignment == DotAlignment::none) {
+    return dot_blocks<Shape, AtAnyAddress, AtAnyAddress>(accumulators, rest, f64::zero());
+  } else if constexpr (Shape::alignment == DotAlignment::same_phase) {
+    if (misalignment(rest.x, 16) != 0) {
+      accumulators.a[0] = add_lower(accumulators.a[0], f64::load(rest.x) * f64::load(rest.y));
       rest.advance(1);
     }
-    return dot_blocks<Shape, AtAlignedAddress, AtAlignedAddress>(accumulators, rest, 0.0);
+    return dot_blocks<Shape, AtAlignedAddress, AtAlignedAddress>(accumulators, rest, f64::zero());
   } else {
-    if ((misalignment(x, 8) | misalignment(y, 8)) != 0) {
-      return dot_blocks<Shape, AtAnyAddress, AtAnyAddress>(accumulators, rest, 0.0);
+    if ((misalignment(rest.x, 8) | misalignment(rest.y, 8)) != 0) {
+      return dot_blocks<Shape, AtAnyAddress, AtAnyAddress>(accumulators, rest, f64::zero());
     }
-    double peeled = 0.0;
+    f64 peeled = f64::zero();
     if (misalignment(rest.y, 16) != 0) {
-      peeled += load_scalar(x) * load_scalar(y);
+      peeled = peeled + f64::load(rest.x) * f64::load(rest.y);
       rest.advance(1);
     }
     if (misalignment(rest.x, 16) != 0) return dot_blocks_realigned<Shape>(rest, peeled);
     return dot_blocks<Shape, AtAlignedAddress, AtAlignedAddress>(accumulators, rest, peeled);
   }
+}
+
+template <class Shape>
+QSL_INLINE f64 dot(int n, const double* x, int incx, const double* y, int incy) {
+  if (n <= 0) return f64::zero();
+  if (!Shape::unit_stride(incx, incy) || dot_keeps_to_strides<Shape>(x, y)) {
+    return dot_strided<Shape>(n, x, incx, y, incy);
+  }
+  return dot_unit<Shape>({n, x, y});
 }
 
 // Unit stride in the levels that step forward only.

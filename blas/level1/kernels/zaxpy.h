@@ -98,7 +98,7 @@ struct HalvesAccess {
   }
   template <class Vector>
   QSL_INLINE static Parts<Vector> load_parts(const double* p) {
-    return {Vector::broadcast(load_scalar(p)), Vector::broadcast(load_scalar(p + 1))};
+    return {Vector::broadcast(f64::load(p)), Vector::broadcast(f64::load(p + 1))};
   }
   template <class Vector>
   QSL_INLINE static void store(double* p, Vector elements) {
@@ -141,6 +141,7 @@ struct ZaxpyRest {
     x += 2 * elements;
     y += 2 * elements;
     n -= elements;
+    keep(n);
   }
 };
 
