@@ -1,0 +1,279 @@
+// Every export, called as a careless caller does: from a stack that is aligned to four bytes and no
+// more, with the x87 unit at another precision and with other modes of the vector unit.
+//
+// All values are small integers, so that every order of summation and every rounding gives the same
+// exact result.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "qsl/qsl.h"
+
+namespace {
+
+// A call and what it left behind. The assembly below knows the layout.
+struct Call {
+  const void* function;
+  const std::uint32_t* words;  // the arguments as they lie on the stack
+  std::uint32_t count;         // at most 32
+  std::uint32_t offset;        // the stack pointer at the call instruction, modulo 16
+  std::uint32_t returns_double;
+  std::uint32_t stack;  // the caller's stack pointer, kept over the call
+  std::uint32_t eax, edx, ebx, esi, edi, ebp, flags;
+  std::uint32_t padding;
+  double result;
+  std::uint32_t x87[7];  // fnstenv
+};
+static_assert(offsetof(Call, eax) == 24 && offsetof(Call, result) == 56 &&
+              offsetof(Call, x87) == 64);
+
+#if defined(__ELF__)
+#define SYMBOL "call_from_stack"
+#else
+#define SYMBOL "_call_from_stack"
+#endif
+
+extern "C" void call_from_stack(Call* call);
+
+asm(".text\n"
+    ".globl " SYMBOL "\n" SYMBOL
+    ":\n"
+    "pushl %ebp\n pushl %ebx\n pushl %esi\n pushl %edi\n"
+    "movl 20(%esp), %eax\n"
+    "movl %esp, 20(%eax)\n"
+    "movl 8(%eax), %ecx\n"
+    "movl 4(%eax), %esi\n"
+    "leal -512(%esp), %edi\n andl $-16, %edi\n addl 12(%eax), %edi\n"
+    "movl %edi, %esp\n"
+    "cld\n rep movsl\n"
+    "movl %eax, 128(%esp)\n"
+    "movl $0x0badb001, %ebx\n movl $0x0badb002, %esi\n"
+    "movl $0x0badb003, %edi\n movl $0x0badb004, %ebp\n"
+    "movl (%eax), %ecx\n"
+    "movl $0x0badb005, %eax\n movl $0x0badb006, %edx\n"
+    "call *%ecx\n"
+    "movl 128(%esp), %ecx\n"
+    "movl %eax, 24(%ecx)\n movl %edx, 28(%ecx)\n movl %ebx, 32(%ecx)\n"
+    "movl %esi, 36(%ecx)\n movl %edi, 40(%ecx)\n movl %ebp, 44(%ecx)\n"
+    "pushfl\n popl 48(%ecx)\n"
+    "cld\n"
+    "cmpl $0, 16(%ecx)\n je 1f\n"
+    "fstpl 56(%ecx)\n"
+    "1: fnstenv 64(%ecx)\n fldenv 64(%ecx)\n"
+    "movl 20(%ecx), %esp\n"
+    "popl %edi\n popl %esi\n popl %ebx\n popl %ebp\n"
+    "ret\n");
+
+std::uint32_t word(int value) { return static_cast<std::uint32_t>(value); }
+std::uint32_t word(std::size_t value) { return static_cast<std::uint32_t>(value); }
+std::uint32_t word(const void* p) {
+  return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(p));
+}
+
+std::uint16_t x87_control() {
+  std::uint16_t word;
+  asm volatile("fnstcw %0" : "=m"(word));
+  return word;
+}
+void set_x87_control(std::uint16_t word) { asm volatile("fldcw %0" : : "m"(word)); }
+std::uint32_t vector_control() {
+  std::uint32_t word;
+  asm volatile("stmxcsr %0" : "=m"(word));
+  return word & ~0x3fu;  // without the exceptions seen
+}
+void set_vector_control(std::uint32_t word) { asm volatile("ldmxcsr %0" : : "m"(word)); }
+
+struct Modes {
+  const char* name;
+  std::uint16_t x87;
+  std::uint32_t vector;
+};
+const Modes kModes[] = {
+    {"usual", 0x037f, 0x1f80},
+    {"x87 at 53 bits", 0x027f, 0x1f80},
+    {"x87 at 24 bits", 0x007f, 0x1f80},
+    {"flush to zero", 0x037f, 0x9f80},
+    {"flush to zero, denormals are zero, x87 at 53 bits", 0x027f, 0x9fc0},
+    {"everything rounded towards zero", 0x0f7f, 0x7f80},
+};
+
+// Which stack and modes the calls below use.
+std::uint32_t stack_offset;
+const Modes* modes;
+std::set<std::string> called;
+
+Call call(const char* name, const void* function, const std::vector<std::uint32_t>& words,
+          bool returns_double = false) {
+  called.insert(name);
+  Call c = {};
+  c.function = function;
+  c.words = words.data();
+  c.count = static_cast<std::uint32_t>(words.size());
+  c.offset = stack_offset;
+  c.returns_double = returns_double;
+  const std::uint16_t x87_before = x87_control();
+  const std::uint32_t vector_before = vector_control();
+  set_x87_control(modes->x87);
+  set_vector_control(modes->vector);
+  call_from_stack(&c);
+  const std::uint16_t x87_after = x87_control();
+  const std::uint32_t vector_after = vector_control();
+  set_x87_control(x87_before);
+  set_vector_control(vector_before);
+
+  const std::string where =
+      std::string(name) + ", stack " + std::to_string(stack_offset) + " modulo 16, " + modes->name;
+  EXPECT_EQ(c.ebx, 0x0badb001u) << where;
+  EXPECT_EQ(c.esi, 0x0badb002u) << where;
+  EXPECT_EQ(c.edi, 0x0badb003u) << where;
+  EXPECT_EQ(c.ebp, 0x0badb004u) << where;
+  EXPECT_EQ(c.flags & 0x400u, 0u) << where << ": direction flag";
+  EXPECT_EQ(c.x87[2] & 0xffffu, 0xffffu) << where << ": x87 registers in use";
+  EXPECT_EQ(x87_after, modes->x87) << where << ": x87 control word";
+  EXPECT_EQ(vector_after, modes->vector) << where << ": vector control word";
+  return c;
+}
+
+template <typename Result, typename... Arguments>
+const void* code(Result (*function)(Arguments...)) {
+  return reinterpret_cast<const void*>(function);
+}
+
+// Numbers at an address that is a multiple of four and no more.
+class Numbers {
+ public:
+  explicit Numbers(int count, int shift = 1) : bytes_(static_cast<std::size_t>(count) * 8 + 128) {
+    const auto address = reinterpret_cast<std::uintptr_t>(bytes_.data());
+    start_ = bytes_.data() + (64 - address % 64) + 4 * shift;
+  }
+  double get(int i) const {
+    double value;
+    std::memcpy(&value, start_ + 8 * i, 8);
+    return value;
+  }
+  void set(int i, double value) { std::memcpy(start_ + 8 * i, &value, 8); }
+  const void* data() const { return start_; }
+
+ private:
+  std::vector<unsigned char> bytes_;
+  unsigned char* start_;
+};
+
+const int kCounts[] = {0, 1, 2, 3, 4, 5, 7, 8, 15, 17, 31, 33, 64, 100, 1001};
+
+void dot_products() {
+  for (int n : kCounts) {
+    for (int inc : {1, -1, 2}) {
+      Numbers x(2 * n + 1), y(2 * n + 1, inc == 2 ? 2 : 1);
+      double expected = 0;
+      for (int i = 0; i <= 2 * n; ++i) x.set(i, i % 11 - 5), y.set(i, i % 7 - 3);
+      for (int i = 0; i < n; ++i)
+        expected += x.get(i * (inc < 0 ? 1 : inc)) * y.get(i * (inc < 0 ? 1 : inc));
+      const Call by_address =
+          call("DDOT", code(&DDOT),
+               {word(&n), word(x.data()), word(&inc), word(y.data()), word(&inc)}, true);
+      EXPECT_EQ(by_address.result, expected) << "DDOT " << n << ' ' << inc;
+      const Call by_value =
+          call("cblas_ddot", code(&cblas_ddot),
+               {word(n), word(x.data()), word(inc), word(y.data()), word(inc)}, true);
+      EXPECT_EQ(by_value.result, expected) << "cblas_ddot " << n << ' ' << inc;
+    }
+  }
+}
+
+void complex_updates() {
+  Numbers alpha(2);
+  alpha.set(0, 2);
+  alpha.set(1, -3);
+  for (int n : kCounts) {
+    for (int inc : {1, 2}) {
+      Numbers x(4 * n + 4), y(4 * n + 4, inc);
+      for (int i = 0; i < 4 * n + 4; ++i) x.set(i, i % 11 - 5), y.set(i, i % 7 - 3);
+      call("cblas_zaxpy", code(&cblas_zaxpy),
+           {word(n), word(alpha.data()), word(x.data()), word(inc), word(y.data()), word(inc)});
+      for (int i = 0; i < 2 * n + 2; ++i) {
+        const double xr = 2 * i % 11 - 5, xi = (2 * i + 1) % 11 - 5;
+        const double yr = 2 * i % 7 - 3, yi = (2 * i + 1) % 7 - 3;
+        const bool updated = i % inc == 0 && i / inc < n;
+        ASSERT_EQ(y.get(2 * i), updated ? yr + 2 * xr + 3 * xi : yr) << n << ' ' << inc << ' ' << i;
+        ASSERT_EQ(y.get(2 * i + 1), updated ? yi + 2 * xi - 3 * xr : yi)
+            << n << ' ' << inc << ' ' << i;
+      }
+    }
+  }
+}
+
+void complex_copies() {
+  for (int n : {0, 1, 2, 3, 5, 8, 17, 100, 1500}) {
+    for (int inc : {1, 2}) {
+      Numbers x(4 * n + 4), y(4 * n + 4, inc);
+      for (int i = 0; i < 4 * n + 4; ++i) x.set(i, i + 1), y.set(i, -1);
+      call("cblas_zcopy", code(&cblas_zcopy),
+           {word(n), word(x.data()), word(inc), word(y.data()), word(inc)});
+      for (int i = 0; i < 2 * n + 2; ++i) {
+        const bool copied = i % inc == 0 && i / inc < n;
+        ASSERT_EQ(y.get(2 * i), copied ? 2 * i + 1 : -1) << n << ' ' << inc << ' ' << i;
+        ASSERT_EQ(y.get(2 * i + 1), copied ? 2 * i + 2 : -1) << n << ' ' << inc << ' ' << i;
+      }
+    }
+  }
+}
+
+void memory() {
+  for (std::size_t size : {std::size_t{1}, std::size_t{1000}, std::size_t{1} << 20}) {
+    const Call allocated = call("QSL_malloc", code(&QSL_malloc), {word(size), word(128)});
+    void* block = reinterpret_cast<void*>(static_cast<std::uintptr_t>(allocated.eax));
+    ASSERT_NE(block, nullptr);
+    EXPECT_EQ(allocated.eax % 128, 0u);
+    std::memset(block, 1, size);
+    call("QSL_free", code(&QSL_free), {word(block)});
+  }
+  call("QSL_free", code(&QSL_free), {0u});
+  call("QSL_Free_Buffers", code(&QSL_Free_Buffers), {});
+}
+
+const std::function<void()> kFamilies[] = {dot_products, complex_updates, complex_copies, memory};
+
+// Answers the stack pointer at the call instruction.
+[[gnu::naked]] std::uint32_t stack_pointer() { asm("leal 4(%esp), %eax\n ret"); }
+
+TEST(Trampoline, SetsTheStackPointer) {
+  modes = &kModes[0];
+  for (std::uint32_t offset : {0u, 4u, 8u, 12u}) {
+    stack_offset = offset;
+    EXPECT_EQ(call("", code(&stack_pointer), {1, 2, 3}).eax % 16, offset);
+  }
+}
+
+class Stack : public ::testing::TestWithParam<std::uint32_t> {};
+
+TEST_P(Stack, EveryExportInEveryMode) {
+  stack_offset = GetParam();
+  for (const Modes& m : kModes) {
+    modes = &m;
+    for (const auto& family : kFamilies) {
+      family();
+      if (HasFatalFailure()) return;
+    }
+  }
+}
+
+// The first, slow calls come from the worst stack.
+INSTANTIATE_TEST_SUITE_P(Offsets, Stack, ::testing::Values(4u, 8u, 12u, 0u));
+
+TEST(Coverage, EveryExportIsCalled) {
+  stack_offset = 4;
+  modes = &kModes[0];
+  for (const auto& family : kFamilies) family();
+  std::istringstream names(QSL_EXPORT_NAMES);
+  for (std::string name; names >> name;)
+    EXPECT_TRUE(called.count(name)) << name << " has no test here";
+}
+
+}  // namespace
