@@ -77,14 +77,30 @@ void zaxpy_ssse3(int n, const complex_double* alpha, const complex_double* x, in
   zaxpy<ZaxpySsse3Shape>(n, alpha, x, incx, y, incy);
 }
 
+namespace {
+
+using Zaxpy = void(int n, const complex_double* alpha, const complex_double* x, int incx,
+                   complex_double* y, int incy);
+
+// The body for this processor, decided by the first call. The processor type and the
+// reproducibility mode are fixed by then, so threads that race store the same pointer.
+Zaxpy* volatile zaxpy_body = nullptr;
+
+Zaxpy* choose_zaxpy_body() {
+  const bool sse41 = qsl_get_cpu_type() == QSL_CPU_SSSE3 && qsl_cpu_has_sse41_cbwr();
+  Zaxpy* const body = sse41 ? zaxpy_sse41 : zaxpy_ssse3;
+  zaxpy_body = body;
+  return body;
+}
+
+}  // namespace
+
 void zaxpy(int n, const complex_double* alpha, const complex_double* x, int incx, complex_double* y,
            int incy) {
   if (n <= 0) return;
-  if (qsl_get_cpu_type() == QSL_CPU_SSSE3 && qsl_cpu_has_sse41_cbwr()) {
-    zaxpy_sse41(n, alpha, x, incx, y, incy);
-  } else {
-    zaxpy_ssse3(n, alpha, x, incx, y, incy);
-  }
+  Zaxpy* body = zaxpy_body;
+  if (body == nullptr) body = choose_zaxpy_body();
+  body(n, alpha, x, incx, y, incy);
 }
 
 void dcopy(int n, const double* x, int incx, double* y, int incy) {

@@ -115,8 +115,8 @@ QSL_INLINE void dcopy(int n, const double* x_base, int incx, double* y_base, int
     x.advance(1);
     y.advance(1);
   };
-  for (; n >= 4; n -= 4) unroll<4>(move);
-  for (; n > 0; n--) unroll<1>(move);
+  repeat<4>(n, move);
+  repeat<1>(n, move);
 }
 
 // Bits of the count, in element order, so that the last element wins for a zero stride of y.
@@ -147,7 +147,7 @@ QSL_INLINE void zcopy(int n, const complex_double* x_base, int incx, complex_dou
     x.advance(1);
     y.advance(1);
   };
-  for (; n >= Shape::strided_block; n -= Shape::strided_block) unroll<Shape::strided_block>(move);
+  repeat<Shape::strided_block>(n, move);
   zcopy_halving<Shape::strided_block / 2>(n, move);
 }
 

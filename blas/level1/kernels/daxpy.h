@@ -10,7 +10,6 @@
 //   short_vector        up to here no peel: unaligned blocks, then one by one. Above: one by one
 //   until
 //                       y is aligned to the vector's size, blocks, one by one
-//   strided_block       elements per pass of the strided loop
 #pragma once
 
 #include "blas/level1/kernels/stride.h"
@@ -72,11 +71,11 @@ QSL_INLINE void daxpy(int n, const double* a_at, const double* x, int incx, doub
   }
   Walk<const double> from(x, n, incx);
   Walk<double> to(y, n, incy);
-  for (; n > 0; n--) {
+  repeat<1>(n, [&](auto) QSL_INLINE_LAMBDA {
     mul_add(a, f64::load(*from), f64::load(*to)).store(*to);
     from.advance(1);
     to.advance(1);
-  }
+  });
 }
 
 }  // namespace qsl::QSL_LEVEL

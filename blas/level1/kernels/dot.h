@@ -248,11 +248,11 @@ QSL_INLINE f64 dot_strided(int n, const double* x_base, int incx, const double* 
   Walk<const double> y(y_base, n, incy);
   if constexpr (Shape::strided == DotStrided::in_order) {
     f64 sum = f64::zero();
-    for (; n > 0; n--) {
+    repeat<1>(n, [&](auto) QSL_INLINE_LAMBDA {
       sum = sum + f64::load(*x) * f64::load(*y);
       x.advance(1);
       y.advance(1);
-    }
+    });
     return sum;
   } else if constexpr (Shape::strided == DotStrided::pairs_of_8) {
     DotAccumulators<f64x2> accumulators;
@@ -262,8 +262,14 @@ QSL_INLINE f64 dot_strided(int n, const double* x_base, int incx, const double* 
       x.advance(2);
       y.advance(2);
     };
-    for (; n >= 8; n -= 8) unroll<4>(add_pair);
-    for (; n >= 2; n -= 2) unroll<1>(add_pair);
+    for (; n >= 8; n -= 8) {
+      unroll<4>(add_pair);
+      keep(n);
+    }
+    for (; n >= 2; n -= 2) {
+      unroll<1>(add_pair);
+      keep(n);
+    }
     f64 sum = accumulators.sum();
     if (n != 0) sum = mul_add(f64::load(*x), f64::load(*y), sum);
     return sum;

@@ -31,6 +31,16 @@ class Walk {
   std::uintptr_t step_;
 };
 
+// body(Index<0>{}), ..., `pass` times, while that many elements are left.
+template <int pass, class Body>
+QSL_INLINE void repeat(int& n, const Body& body) {
+  while (n >= pass) {
+    unroll<pass>(body);
+    n -= pass;
+    keep(n);
+  }
+}
+
 QSL_INLINE std::uintptr_t misalignment(const void* p, std::uintptr_t boundary) {
   return reinterpret_cast<std::uintptr_t>(p) % boundary;
 }

@@ -231,12 +231,8 @@ QSL_INLINE void zaxpy_strided(int n, const complex_double* alpha, const complex_
     x.advance(1);
     y.advance(1);
   };
-  for (; n >= Shape::strided_block; n -= Shape::strided_block) {
-    unroll<Shape::strided_block>(update);
-  }
-  if constexpr (Shape::strided_block > 1) {
-    for (; n > 0; n--) unroll<1>(update);
-  }
+  repeat<Shape::strided_block>(n, update);
+  if constexpr (Shape::strided_block > 1) repeat<1>(n, update);
 }
 
 template <class Shape>
