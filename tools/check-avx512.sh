@@ -17,7 +17,7 @@ set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 minutes=${1:-${QSL_AVX512_MINUTES:-20}}
-[[ $minutes =~ ^[0-9]+$ ]] || die "not a number of minutes: $minutes"
+[[ $minutes =~ ^[1-9][0-9]*$ ]] || die "not a number of minutes: $minutes"
 build=$(cd "$source_root" && realpath -m "${QSL_BUILD_DIR:-build/release}")
 emulation=$source_root/tests/emulation
 program_seconds=600 # of one program, in the machine's own time
@@ -79,6 +79,7 @@ done < <(
 jobs=$(wc -l <"$root/jobs")
 
 cp "$emulation/avx512-init.sh" "$root/init"
+cp "$emulation/failed-only.awk" "$root/"
 chmod +x "$root/init"
 cat >"$root/settings" <<END
 export LD_LIBRARY_PATH=$library_dirs
@@ -134,9 +135,10 @@ closing=$(sed -n 's/^qsl-closing: //p' "$work/serial")
 elapsed=$((SECONDS - started))
 if [ -z "$closing" ]; then
   tail -n 25 "$work/serial" >&2
+  running=$(sed -n 's/^qsl-start: //p' "$work/serial" | tail -n 1)
   grep -h 'PANIC' "$work/bochs.log" "$work/bochs.out" >&2 || true
-  [ $status -ne 124 ] || die "the time limit of $minutes minutes ended the machine"
-  die "the machine died after ${elapsed}s, before its closing line"
+  [ $status -ne 124 ] || die "the time limit of $minutes minutes ended the machine${running:+ in $running}"
+  die "the machine died after ${elapsed}s, before its closing line${running:+, in $running}"
 fi
 read -r ran failed <<<"$closing"
 say "AVX-512: $ran of $jobs runs done, $failed failed, in ${elapsed}s"

@@ -65,7 +65,7 @@ trap cleanup EXIT
 copy() { if [ -n "$root" ]; then as_root cp "$@"; else cp "$@"; fi; }
 copy -rL "$build/bin" "$work/bin"
 copy "$build/qsl.dll" "$work/bin/"
-copy "$source_root/tests/windows/run-programs.sh" "$work/"
+copy "$source_root/tests/windows/run-programs.sh" "$source_root/tests/emulation/failed-only.awk" "$work/"
 list=$(mktemp)
 printf '%s\n' "$tests" >"$list"
 copy "$list" "$work/tests"

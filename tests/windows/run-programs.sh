@@ -1,7 +1,7 @@
 #!/bin/bash
 # Runs Windows test programs under Wine: tools/check-windows.sh calls this on the system itself or
 # inside the i386 root, in a scratch folder that holds bin/ with the programs and their DLLs and
-# the file tests, a line a run: NAME|SETTING=VALUE ...|PROGRAM|ARGUMENT ...
+# the files failed-only.awk and tests, a line a run: NAME|SETTING=VALUE ...|PROGRAM|ARGUMENT ...
 #
 #   run-programs.sh SECONDS     time limit of one program
 #
@@ -10,7 +10,7 @@ set -euo pipefail
 
 seconds=$1
 scratch=$PWD
-export GTEST_BRIEF=1 HOME=$scratch WINEPREFIX=$scratch/prefix WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
+export HOME=$scratch WINEPREFIX=$scratch/prefix WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
 export WINEARCH=win32
 unset DISPLAY
 # Debian's "wine" may prefer the 64-bit loader, which is not needed and may be missing.
@@ -43,7 +43,7 @@ while IFS='|' read -r name settings program arguments; do
   if [ $status -ne 0 ]; then
     failed=$((failed + 1))
     [ $status -ne 124 ] || echo "    ended by the time limit of $seconds s"
-    sed 's/^/    /' "$scratch/output"
+    awk -f "$scratch/failed-only.awk" "$scratch/output" | tr -d '\r' | sed 's/^/    /'
   fi
 done <"$scratch/tests"
 echo "Windows: $ran runs under Wine, $failed failed"
