@@ -19,6 +19,8 @@ class Level1Kernels : public testing::TestWithParam<Variant> {
     if (!processor_supports(GetParam().level)) {
       GTEST_SKIP() << GetParam().name << " is not supported by this processor";
     }
+    // The AVX-512 processor is emulated; the others' bits are tested where they run faster.
+    if (emulated() && level() != Level::avx512) GTEST_SKIP() << "tested natively";
   }
   Level level() const { return GetParam().level; }
 };
@@ -298,7 +300,8 @@ class LevelReport : public testing::Environment {
   void SetUp() override {
     std::printf("levels tested:");
     for (const Variant& variant : all_variants()) {
-      if (processor_supports(variant.level)) std::printf(" %s", variant.name);
+      if (!processor_supports(variant.level)) continue;
+      if (!emulated() || variant.level == Level::avx512) std::printf(" %s", variant.name);
     }
     std::printf("\n");
   }

@@ -1,6 +1,5 @@
 #include "tests/level1/model.h"
 
-#include <cmath>
 #include <cstdint>
 #include <cstring>
 
@@ -27,14 +26,42 @@ long long walk(int n, int inc, int i) {
   return start + static_cast<long long>(i) * inc;
 }
 
+// a + b = sum + error, exactly (Knuth).
+double two_sum(double a, double b, double& error) {
+  const double sum = a + b;
+  const double b_part = sum - a;
+  error = (a - (sum - b_part)) + (b - b_part);
+  return sum;
+}
+
+// a * b + c rounded once. C libraries are not trusted with it: some of them round twice. The middle
+// sum is rounded to odd, after which a second rounding does no harm (Boldo and Melquiond, Emulation
+// of FMA and correctly rounded sums, IEEE Trans. Comput. 57 (2008) 462-471).
+double fused(double a, double b, double c) {
+  const __float128 product = static_cast<__float128>(a) * b;  // 106 of 113 bits: exact
+  const double high = static_cast<double>(product);
+  const double low = static_cast<double>(product - high);
+  double low_error, high_error, odd_error;
+  const double low_sum = two_sum(c, low, low_error);
+  const double high_sum = two_sum(high, low_sum, high_error);
+  double odd = two_sum(low_error, high_error, odd_error);
+  std::uint64_t bits;
+  std::memcpy(&bits, &odd, sizeof bits);
+  if (odd_error != 0 && bits % 2 == 0) {
+    bits += (odd > 0) == (odd_error > 0) ? 1 : -1;
+    std::memcpy(&odd, &bits, sizeof odd);
+  }
+  return high_sum + odd;
+}
+
 // Four accumulators of up to eight lanes, all +0 at first.
 class Accumulators {
  public:
-  Accumulators(int lanes, bool fused) : lanes_(lanes), fused_(fused) {}
+  Accumulators(int lanes, bool fuse) : lanes_(lanes), fuse_(fuse) {}
 
   void add(int accumulator, int lane, double x, double y) {
     double& a = value_[accumulator][lane];
-    a = fused_ ? std::fma(x, y, a) : a + x * y;
+    a = fuse_ ? fused(x, y, a) : a + x * y;
   }
 
   // (a0 + a1) + (a2 + a3), then the register's halves onto each other.
@@ -53,7 +80,7 @@ class Accumulators {
 
  private:
   int lanes_;
-  bool fused_;
+  bool fuse_;
   double value_[4][8] = {};
 };
 
@@ -119,12 +146,12 @@ double dot_cnr(const Operands& v) {
 }
 
 // Blocks of `size` in two lanes, pairs, reduction; then `extra`; then the last one.
-double dot_pairs(const Operands& v, int i, int size, double extra, bool fused) {
-  Accumulators a(2, fused);
+double dot_pairs(const Operands& v, int i, int size, double extra, bool fuse) {
+  Accumulators a(2, fuse);
   while (v.n - i >= size) i = block(a, v, i, size, 2);
   while (v.n - i >= 2) i = block(a, v, i, 2, 2);
   double sum = a.reduce() + extra;
-  if (i < v.n) sum = fused ? std::fma(v.x_at(i), v.y_at(i), sum) : sum + v.x_at(i) * v.y_at(i);
+  if (i < v.n) sum = fuse ? fused(v.x_at(i), v.y_at(i), sum) : sum + v.x_at(i) * v.y_at(i);
   return sum;
 }
 
@@ -150,10 +177,10 @@ double dot_avx2(const Operands& v) {
   // The sum so far seeds lane 0 of one register, which takes four products per pass.
   double lane[4] = {sum, 0, 0, 0};
   for (; v.n - i >= 4; i += 4) {
-    for (int k = 0; k < 4; k++) lane[k] = std::fma(v.x_at(i + k), v.y_at(i + k), lane[k]);
+    for (int k = 0; k < 4; k++) lane[k] = fused(v.x_at(i + k), v.y_at(i + k), lane[k]);
   }
   sum = (lane[0] + lane[2]) + (lane[1] + lane[3]);
-  for (; i < v.n; i++) sum = std::fma(v.x_at(i), v.y_at(i), sum);
+  for (; i < v.n; i++) sum = fused(v.x_at(i), v.y_at(i), sum);
   return sum;
 }
 
@@ -169,10 +196,10 @@ double dot_avx512(const Operands& v) {
   return a.reduce();
 }
 
-bool fused(Level level) { return level == Level::avx2 || level == Level::avx512; }
+bool has_fma(Level level) { return level == Level::avx2 || level == Level::avx512; }
 
 double product_sum(bool fuse, double x, double y, double sum) {
-  return fuse ? std::fma(x, y, sum) : x * y + sum;
+  return fuse ? fused(x, y, sum) : x * y + sum;
 }
 
 }  // namespace
@@ -201,13 +228,13 @@ double model_ddot(Level level, int n, const double* x, int incx, const double* y
 void model_daxpy(Level level, int n, double a, const double* x, int incx, double* y, int incy) {
   for (int i = 0; i < n; i++) {
     const long long at = walk(n, incy, i);
-    put(y, at, product_sum(fused(level), a, get(x, walk(n, incx, i)), get(y, at)));
+    put(y, at, product_sum(has_fma(level), a, get(x, walk(n, incx, i)), get(y, at)));
   }
 }
 
 void model_zaxpy(Level level, int n, complex_double alpha, const complex_double* x, int incx,
                  complex_double* y, int incy) {
-  const bool fuse = fused(level);
+  const bool fuse = has_fma(level);
   const double ar = alpha.real;
   const double ai = alpha.imag;
   const bool product_first = incx == 1 && incy == 1 && !(level == Level::avx512 && n < 4);
@@ -221,8 +248,8 @@ void model_zaxpy(Level level, int n, complex_double alpha, const complex_double*
     if (product_first) {
       const double tr = xi * ai;
       const double ti = xi * ar;
-      const double pr = fuse ? std::fma(xr, ar, -tr) : xr * ar - tr;
-      const double pi = fuse ? std::fma(xr, ai, ti) : xr * ai + ti;
+      const double pr = fuse ? fused(xr, ar, -tr) : xr * ar - tr;
+      const double pi = fuse ? fused(xr, ai, ti) : xr * ai + ti;
       yr = pr + yr;
       yi = pi + yi;
     } else {
