@@ -90,13 +90,15 @@ END
 (cd "$root" && find . | cpio --quiet -o -H newc | gzip -1) >"$work/iso/initrd"
 cp "$qsl_cache/kernel/vmlinuz" "$work/iso/vmlinuz"
 cp /usr/lib/ISOLINUX/isolinux.bin /usr/lib/syslinux/modules/bios/ldlinux.c32 "$work/iso/"
-# The emulated XSAVE sizes look inconsistent to the kernel, which would switch AVX off: clearcpuid.
+# Two things of the emulated processor that the kernel must not use (clearcpuid): the compacted XSAVE
+# forms, whose sizes look inconsistent to it, so that it would switch AVX off; and feature 111, 32-bit
+# system calls by SYSENTER, after which a preempted thread can return with a 16-bit stack segment.
 cat >"$work/iso/isolinux.cfg" <<'END'
 default qsl
 prompt 0
 label qsl
   kernel vmlinuz
-  append initrd=initrd console=ttyS0 quiet mitigations=off nosmp tsc=reliable no_timer_check random.trust_cpu=on clearcpuid=xsaves,xsavec
+  append initrd=initrd console=ttyS0 quiet mitigations=off nosmp tsc=reliable no_timer_check random.trust_cpu=on clearcpuid=xsaves,xsavec,111
 END
 xorriso -as mkisofs -quiet -o "$work/boot.iso" -b isolinux.bin -c boot.cat \
   -no-emul-boot -boot-load-size 4 -boot-info-table "$work/iso" >"$work/xorriso.log" 2>&1 ||
