@@ -13,6 +13,7 @@
 #include "runtime/platform/windows/late_crt.h"
 #include "runtime/platform/windows/windows_api.h"
 #else
+#include <sys/wait.h>
 #include <unistd.h>
 #endif
 
@@ -111,7 +112,7 @@ std::string program_folder() {
   return path.substr(0, path.find_last_of("\\/"));
 }
 
-std::string output_of_child(const std::string& argument) {
+std::string output_of_child(const std::string& argument, int* exit_code) {
   SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
   HANDLE reader, writer;
   if (!CreatePipe(&reader, &writer, &inherited, 0)) return "no pipe";
@@ -134,6 +135,9 @@ std::string output_of_child(const std::string& argument) {
       }
     }
     WaitForSingleObject(child.hProcess, INFINITE);
+    DWORD code = 0;
+    GetExitCodeProcess(child.hProcess, &code);
+    if (exit_code != nullptr) *exit_code = static_cast<int>(code);
     CloseHandle(child.hProcess);
     CloseHandle(child.hThread);
   } else {
@@ -181,11 +185,12 @@ std::string program_folder() {
   return path.substr(0, path.find_last_of('/'));
 }
 
-std::string output_of_child(const std::string& argument) {
+std::string output_of_child(const std::string& argument, int* exit_code) {
   std::FILE* pipe = popen(("'" + program_path() + "' " + argument).c_str(), "r");
   if (pipe == nullptr) return "no process";
   const std::string text = read_all(pipe);
-  pclose(pipe);
+  const int status = pclose(pipe);
+  if (exit_code != nullptr) *exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   return text;
 }
 

@@ -48,8 +48,8 @@ void race(int threads, const std::function<void()>& function);
 std::string program_path();
 std::string program_folder();
 
-// What this program prints when it is started again with an argument.
-std::string output_of_child(const std::string& argument);
+// What this program prints when it is started again with an argument, and its exit code.
+std::string output_of_child(const std::string& argument, int* exit_code = nullptr);
 
 // Feature words of processors, each with all that the ones before have.
 inline constexpr std::uint64_t kNothing = 1;
