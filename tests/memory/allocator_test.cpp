@@ -68,6 +68,9 @@ TEST_F(OptionalAllocator, LibraryThatHandsOutTheCRuntimeKeepsTheInnerHeader) {
 
 // The library can be found, but nobody keeps it loaded: its functions are gone once it is freed.
 TEST_F(OptionalAllocator, LibraryThatIsUnloadedAgainIsNotTaken) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "the sanitizer's own dlopen ignores this program's search path";
+#endif
 #ifdef _WIN32
   SetDllDirectoryA((program_folder() + "/amalloc").c_str());
 #endif

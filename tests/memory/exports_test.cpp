@@ -23,7 +23,8 @@ TEST(QslMalloc, ZeroBytesAreNull) {
 
 TEST(QslMalloc, OddAlignmentsCountAs64) {
   const int lowest = std::numeric_limits<int>::min();
-  for (int alignment : {3, 0, 1, 2, 4, 8, 16, 32, 63, 65, 96, 100, -1, -64, -4096, lowest, 0x7fffffff}) {
+  for (int alignment :
+       {3, 0, 1, 2, 4, 8, 16, 32, 63, 65, 96, 100, -1, -64, -4096, lowest, 0x7fffffff}) {
     void* p = QSL_malloc(100, alignment);
     ASSERT_NE(p, nullptr) << alignment;
     EXPECT_TRUE(is_aligned(p, 64)) << alignment;
@@ -62,9 +63,7 @@ TEST(QslMalloc, SizesThatWrapAroundAreNull) {
   EXPECT_EQ(QSL_malloc(largest - (1u << 30) - 15, 1 << 30), nullptr);
 }
 
-TEST(QslMalloc, MoreThanTheSystemHasIsNull) {
-  EXPECT_EQ(QSL_malloc(0xf0000000u, 64), nullptr);
-}
+TEST(QslMalloc, MoreThanTheSystemHasIsNull) { EXPECT_EQ(QSL_malloc(0xf0000000u, 64), nullptr); }
 
 TEST(QslFree, NullIsIgnored) { QSL_free(nullptr); }
 

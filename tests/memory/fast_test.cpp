@@ -234,7 +234,8 @@ TEST_F(Fast, FreeBuffersPassesOverAnEmptySlot) {
   EXPECT_EQ(CountingBackEnd::live(), 0);
 }
 
-// Every back-end call of a sequence fails once: the results are blocks or null, and nothing is lost.
+// Every back-end call of a sequence fails once: the results are blocks or null, and nothing is
+// lost.
 TEST_F(Fast, InjectedFailuresOneByOne) {
   for (int fail_at = 0; fail_at < 40; ++fail_at) {
     CountingBackEnd counting;

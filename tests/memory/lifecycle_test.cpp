@@ -31,8 +31,7 @@ constexpr int kBad = 41;
 
 [[noreturn]] void finish(bool good) { std::_Exit(good ? kGood : kBad); }
 
-#define EXPECT_IN_CHILD(statement) \
-  EXPECT_EXIT(statement, testing::ExitedWithCode(kGood), "")
+#define EXPECT_IN_CHILD(statement) EXPECT_EXIT(statement, testing::ExitedWithCode(kGood), "")
 
 std::vector<int>* order = nullptr;
 

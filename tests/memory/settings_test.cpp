@@ -44,7 +44,7 @@ TEST_F(Settings, LimitVariable) {
   expect_limit("0", 0);
   expect_limit("-1", kNoLimit);
   expect_limit("16", 16u << 20);
-  expect_limit("0000000000000000000000000000005", 5u << 20);  // 31 characters fit
+  expect_limit("0000000000000000000000000000005", 5u << 20);   // 31 characters fit
   expect_limit("00000000000000000000000000000005", kNoLimit);  // 32 do not: as if unset
 }
 

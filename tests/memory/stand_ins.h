@@ -12,7 +12,8 @@ namespace memory_test {
 class StandIn {
  public:
   explicit StandIn(const std::string& folder, const std::string& name)
-      : module_(qsl::platform::module_load((program_folder() + "/" + folder + "/" + name).c_str())) {
+      : module_(
+            qsl::platform::module_load((program_folder() + "/" + folder + "/" + name).c_str())) {
     EXPECT_NE(module_, nullptr) << folder;
   }
   ~StandIn() { qsl::platform::module_free(module_); }

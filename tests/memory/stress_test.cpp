@@ -57,7 +57,8 @@ Block make(std::mt19937& random) {
   block.mark = static_cast<unsigned char>(random());
   block.plain = random() % 8 == 0;
   const int alignment = kAlignments[random() % 5];
-  block.start = block.plain ? QSL_malloc(block.size, alignment) : qsl_mm_allocate(block.size, alignment);
+  block.start =
+      block.plain ? QSL_malloc(block.size, alignment) : qsl_mm_allocate(block.size, alignment);
   if (block.start == nullptr || address(block.start) % effective_alignment(alignment) != 0) {
     ++faults;
     return {};

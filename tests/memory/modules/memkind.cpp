@@ -18,7 +18,8 @@ MemkindStandIn stand_in = {};
 EXPORT int memkind_get_version() { return MEMKIND_VERSION; }
 #endif
 
-EXPORT int hbw_posix_memalign_psize(void** block, std::size_t alignment, std::size_t size, int kind) {
+EXPORT int hbw_posix_memalign_psize(void** block, std::size_t alignment, std::size_t size,
+                                    int kind) {
   __atomic_fetch_add(&stand_in.calls, 1, __ATOMIC_RELAXED);
   stand_in.last_alignment = alignment;
   stand_in.last_size = size;
