@@ -26,7 +26,9 @@ inline constexpr bool has_fma = false;
 #endif
 
 // A double at any address, odd ones too.
-using double_anywhere = double __attribute__((aligned(1), may_alias));
+struct [[gnu::packed, gnu::may_alias]] DoubleAnywhere {
+  double value;
+};
 
 // One double, in lane 0 of a register. A plain double may wander through the x87 unit or a slot of
 // the stack between two operations (seen: 40 cycles for a dot product of one element instead of 12,
@@ -36,9 +38,11 @@ struct f64 {
 
   QSL_INLINE static f64 zero() { return {_mm_setzero_pd()}; }
   QSL_INLINE static f64 load(const double* p) {
-    return {_mm_set_sd(*reinterpret_cast<const double_anywhere*>(p))};
+    return {_mm_set_sd(reinterpret_cast<const DoubleAnywhere*>(p)->value)};
   }
-  QSL_INLINE void store(double* p) const { _mm_storel_pd(p, v); }
+  QSL_INLINE void store(double* p) const {
+    reinterpret_cast<DoubleAnywhere*>(p)->value = _mm_cvtsd_f64(v);
+  }
   QSL_INLINE double value() const { return _mm_cvtsd_f64(v); }
 };
 
@@ -82,13 +86,13 @@ struct f64x2 {
   QSL_INLINE void store(double* p) const { _mm_storeu_pd(p, v); }
   QSL_INLINE void store_aligned(double* p) const { _mm_store_pd(p, v); }
   QSL_INLINE void store_halves(double* p) const {
-    _mm_storel_pd(p, v);
-    _mm_storeh_pd(p + 1, v);
+    f64{v}.store(p);
+    reinterpret_cast<DoubleAnywhere*>(p + 1)->value = v[1];
   }
 
   // The first k lanes, 1 <= k < lanes, so k = 1; the other is neither read nor written.
   QSL_INLINE static f64x2 load_first(const double* p, int) { return {f64::load(p).v}; }
-  QSL_INLINE void store_first(double* p, int) const { _mm_storel_pd(p, v); }
+  QSL_INLINE void store_first(double* p, int) const { f64{v}.store(p); }
 };
 
 QSL_INLINE f64x2 operator+(f64x2 a, f64x2 b) { return {_mm_add_pd(a.v, b.v)}; }
