@@ -4,6 +4,7 @@
 #   tools/check-windows.sh
 #
 #   QSL_BUILD_DIR        take this build as it is, instead of building the preset `windows`
+#   QSL_WINDOWS_TESTS    shell pattern of the programs without .exe, default "*"
 #   QSL_WINDOWS_MINUTES  time limit of all programs together, default 20
 #   QSL_WINDOWS_SECONDS  time limit of one program, default 180
 #   QSL_WINE_ROOT=1      use the i386 root with Wine (see setup.sh) even if Wine is installed
@@ -39,8 +40,13 @@ expected=$(grep '^[A-Za-z]' "$source_root/${QSL_EXPORTS:-exports.txt}" | tr -d '
 }
 
 tests=$("$source_root/tools/list-tests.py" "$build")
+# A pattern is wanted here.
+# shellcheck disable=SC2053
+tests=$(while IFS='|' read -r name settings program arguments; do
+  if [[ ${program%.exe} == ${QSL_WINDOWS_TESTS:-*} ]]; then echo "$name|$settings|$program|$arguments"; fi
+done <<<"$tests")
 [ -n "$tests" ] || die "CTest knows no test programs in $build/bin"
-tests=$(awk -F'|' -v OFS='|' '$2 ~ /QSL_DEBUG_CPU_TYPE/ && !seen[$3]++ { print $3 ".detected", "", $3, "" } 1' <<<"$tests")
+tests=$(awk -F'|' -v OFS='|' '$2 ~ /QSL_DEBUG_CPU_TYPE/ && !seen[$3]++ { program = $3; sub(/\.exe$/, "", program); print program ".detected", "", $3, "" } 1' <<<"$tests")
 for level in avx:6 avx2:7; do
   if ! grep -qw "${level%:*}" /proc/cpuinfo; then
     say "type ${level#*:} is left out: this processor has no ${level%:*}"
