@@ -10,6 +10,13 @@ volatile int thread_slots_lock = 0;
 
 namespace {
 
+#ifdef QSL_HELGRIND
+[[gnu::constructor]] void note_lock_words() {
+  QSL_NOTE_ATOMIC_WORDS(entry_words, sizeof entry_words);
+  QSL_NOTE_ATOMIC_WORDS(&shared_word, sizeof shared_word);
+}
+#endif
+
 // Attempts before a bounded wait gives up. The later ones give the time slice away, so that a
 // holder that merely waits for its turn gets it.
 constexpr int kPauses = 5000;
@@ -34,10 +41,8 @@ class Attempts {
 void release_words(std::uint32_t count) {
   while (count > 0) {
     --count;
-    QSL_NOTE_UNLOCKING(&entry_words[count].word, 1);
     __atomic_store_n(&entry_words[count].word, 0, __ATOMIC_RELEASE);
   }
-  QSL_NOTE_UNLOCKING(&shared_word, 1);
   __atomic_store_n(&shared_word, 0, __ATOMIC_RELEASE);
   qsl_trace_suppress_pop();
 }
@@ -84,12 +89,11 @@ void walker_lock() {
   qsl_trace_suppress_push();
   while (!try_word(shared_word)) {
   }
-  QSL_NOTE_LOCKED(&shared_word, 1);
   for (SpinWord& own : entry_words) {
     while (!try_word(own.word)) {
     }
-    QSL_NOTE_LOCKED(&own.word, 1);
   }
+  QSL_NOTE_LOCKED(&shared_word, 1);
 }
 
 bool walker_try_lock() {
@@ -101,7 +105,6 @@ bool walker_try_lock() {
       return false;
     }
   }
-  QSL_NOTE_LOCKED(&shared_word, 1);
   for (std::uint32_t i = 0; i < kOwnWords; ++i) {
     while (!try_word(entry_words[i].word)) {
       if (!attempts.next()) {
@@ -109,14 +112,18 @@ bool walker_try_lock() {
         return false;
       }
     }
-    QSL_NOTE_LOCKED(&entry_words[i].word, 1);
   }
+  QSL_NOTE_LOCKED(&shared_word, 1);
   return true;
 }
 
-void walker_unlock() { release_words(kOwnWords); }
+void walker_unlock() {
+  QSL_NOTE_UNLOCKING(&shared_word, 1);
+  release_words(kOwnWords);
+}
 
 void acquire(volatile int* word) {
+  QSL_NOTE_ATOMIC_WORDS(const_cast<int*>(word), sizeof *word);
   qsl_lock_acquire(word);
   QSL_NOTE_LOCKED(const_cast<int*>(word), 1);
 }

@@ -30,17 +30,20 @@ inline bool try_word(int& word) {
   return __atomic_compare_exchange_n(&word, &free, 1, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED);
 }
 
-// The lock of an index from 1 to 1024.
+// The lock of an index from 1 to 1024. To helgrind its holder is one more sharer, and the walker
+// the shared word's only owner: that says the same and spares the tool sets of a thousand locks.
 inline void lock_own(std::uint32_t index) {
   int& word = entry_words[index - 1].word;
   while (!try_word(word)) [[unlikely]] {
     }
+  QSL_NOTE_LOCKED(&shared_word, 0);
   QSL_NOTE_LOCKED(&word, 1);
 }
 
 inline void unlock_own(std::uint32_t index) {
   int& word = entry_words[index - 1].word;
   QSL_NOTE_UNLOCKING(&word, 1);
+  QSL_NOTE_UNLOCKING(&shared_word, 0);
   __atomic_store_n(&word, 0, __ATOMIC_RELEASE);
 }
 

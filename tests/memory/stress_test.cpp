@@ -1,5 +1,5 @@
 // Many threads that allocate in one and free in another, end with blocks in hand, and empty all
-// caches meanwhile. QSL_STRESS_SECONDS says for how long.
+// caches meanwhile. QSL_STRESS_SECONDS says for how long, QSL_STRESS_THREADS how many.
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
@@ -23,9 +23,9 @@ struct Block {
   bool plain = false;  // of QSL_malloc
 };
 
-double seconds() {
-  const char* text = std::getenv("QSL_STRESS_SECONDS");
-  return text != nullptr ? std::atof(text) : 5.0;
+double setting(const char* name, double otherwise) {
+  const char* text = std::getenv(name);
+  return text != nullptr ? std::atof(text) : otherwise;
 }
 
 class Exchange {
@@ -112,9 +112,9 @@ void live(unsigned seed) {
 TEST_F(Stress, NothingIsLostBrokenOrLeft) {
   CountingBackEnd counting;
   stop = false;
-  constexpr unsigned kThreads = 8;
+  const unsigned count = static_cast<unsigned>(setting("QSL_STRESS_THREADS", 8));
   std::vector<std::thread> threads;
-  for (unsigned t = 0; t < kThreads; ++t) {
+  for (unsigned t = 0; t < count; ++t) {
     threads.emplace_back([t] {
       for (unsigned life = 0; !stop; ++life) {
         // Each life is a thread, so that threads end all the time.
@@ -123,7 +123,8 @@ TEST_F(Stress, NothingIsLostBrokenOrLeft) {
       end_thread();
     });
   }
-  const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds());
+  const auto end = std::chrono::steady_clock::now() +
+                   std::chrono::duration<double>(setting("QSL_STRESS_SECONDS", 5));
   while (std::chrono::steady_clock::now() < end) {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     QSL_Free_Buffers();
@@ -154,10 +155,12 @@ TEST_F(Stress, ThreadsBeyondTheOwnWords) {
   }
   stop = false;
   std::vector<std::thread> threads;
-  for (unsigned t = 0; t < 6; ++t) {
-    threads.emplace_back([t] {
+  const unsigned count = static_cast<unsigned>(setting("QSL_STRESS_THREADS", 8));
+  const int rounds = static_cast<int>(400 * setting("QSL_STRESS_SECONDS", 5));
+  for (unsigned t = 0; t < count; ++t) {
+    threads.emplace_back([t, rounds] {
       std::mt19937 random(t);
-      for (int i = 0; i < 2000; ++i) {
+      for (int i = 0; i < rounds; ++i) {
         const Block block = make(random);
         drop(exchange.swap(random() % Exchange::kPlaces, block));
       }
