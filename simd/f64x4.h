@@ -7,9 +7,6 @@
 
 namespace qsl::QSL_LEVEL {
 
-// A window of four words from element 4 - k on masks the first k lanes.
-alignas(64) constexpr std::int64_t first_lanes_window[8] = {-1, -1, -1, -1, 0, 0, 0, 0};
-
 struct f64x4 {
   static constexpr int lanes = 4;
   static constexpr int bytes = 32;
@@ -32,10 +29,20 @@ struct f64x4 {
   QSL_INLINE void store(double* p) const { _mm256_storeu_pd(p, v); }
   QSL_INLINE void store_aligned(double* p) const { _mm256_store_pd(p, v); }
 
+  // The mask of the first k lanes: k bytes of ones, widened. Made in registers, since the address
+  // of a table costs position-independent code more than the mask.
   QSL_INLINE static __m256i first_lanes(int k) {
-    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(first_lanes_window + (4 - k)));
+    const int ones = static_cast<int>(0xffffffffu >> (8 * (lanes - k)));
+    const __m128i flags = _mm_cvtsi32_si128(ones);
+#if defined(__AVX2__)
+    return _mm256_cvtepi8_epi64(flags);
+#else
+    const __m128i lower = _mm_cvtepi8_epi64(flags);
+    const __m128i upper = _mm_cvtepi8_epi64(_mm_srli_epi32(flags, 16));
+    return _mm256_insertf128_si256(_mm256_castsi128_si256(lower), upper, 1);
+#endif
   }
-  // The first k lanes, 0 <= k <= lanes; the others are neither read nor written.
+  // The first k lanes, 1 <= k <= lanes; the others are neither read nor written.
   QSL_INLINE static f64x4 load_first(const double* p, int k) {
     return {_mm256_maskload_pd(p, first_lanes(k))};
   }

@@ -79,18 +79,12 @@ void zaxpy_ssse3(int n, const complex_double* alpha, const complex_double* x, in
 
 namespace {
 
-using Zaxpy = void(int n, const complex_double* alpha, const complex_double* x, int incx,
-                   complex_double* y, int incy);
+// 1 when the body for SSE4.1 serves this processor, -1 until the first call. The processor type and
+// the reproducibility mode are fixed by then, so threads that race store the same value.
+volatile int takes_sse41 = -1;
 
-// The body for this processor, decided by the first call. The processor type and the
-// reproducibility mode are fixed by then, so threads that race store the same pointer.
-Zaxpy* volatile zaxpy_body = nullptr;
-
-Zaxpy* choose_zaxpy_body() {
-  const bool sse41 = qsl_get_cpu_type() == QSL_CPU_SSSE3 && qsl_cpu_has_sse41_cbwr();
-  Zaxpy* const body = sse41 ? zaxpy_sse41 : zaxpy_ssse3;
-  zaxpy_body = body;
-  return body;
+[[gnu::noinline, gnu::cold]] void choose_zaxpy_body() {
+  takes_sse41 = qsl_get_cpu_type() == QSL_CPU_SSSE3 && qsl_cpu_has_sse41_cbwr();
 }
 
 }  // namespace
@@ -98,9 +92,12 @@ Zaxpy* choose_zaxpy_body() {
 void zaxpy(int n, const complex_double* alpha, const complex_double* x, int incx, complex_double* y,
            int incy) {
   if (n <= 0) return;
-  Zaxpy* body = zaxpy_body;
-  if (body == nullptr) body = choose_zaxpy_body();
-  body(n, alpha, x, incx, y, incy);
+  if (takes_sse41 < 0) choose_zaxpy_body();
+  if (takes_sse41 != 0) {
+    zaxpy<ZaxpySse41Shape>(n, alpha, x, incx, y, incy);
+  } else {
+    zaxpy<ZaxpySsse3Shape>(n, alpha, x, incx, y, incy);
+  }
 }
 
 void dcopy(int n, const double* x, int incx, double* y, int incy) {
