@@ -41,7 +41,8 @@ set(QSL_FRAME_FLAGS -march=i686 -mtune=generic -mno-mmx -mno-sse -mfpmath=387)
 # the library's own and realigns for itself.
 function(qsl_add_entries)
   target_sources(qsl_frame PRIVATE ${ARGN})
-  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # (The sanitizers' own frames want 8 bytes.)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT QSL_SANITIZE)
     set_source_files_properties(${ARGN} TARGET_DIRECTORY qsl_frame
         PROPERTIES COMPILE_OPTIONS "-mpreferred-stack-boundary=2;-mincoming-stack-boundary=3")
   endif()

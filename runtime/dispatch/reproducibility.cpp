@@ -134,9 +134,9 @@ int qsl_cbwr_set(int mode) {
     qsl::store_mode(QSL_CBWR_AUTO);
     return QSL_CBWR_SUCCESS;
   }
-  const int branch = mode & 63;
-  const int status = qsl_cbwr_check(branch);
-  if (status == QSL_CBWR_SUCCESS) qsl::store_mode(branch);
+  // Only the low six bits name the mode; the word is kept as it was given.
+  const int status = qsl_cbwr_check(mode & 63);
+  if (status == QSL_CBWR_SUCCESS) qsl::store_mode(mode);
   return status;
 }
 }

@@ -6,12 +6,14 @@ namespace qsl::memory {
 // What the writer did before the matching publish() is visible after this.
 template <typename T>
 T observe(const T& word) {
-  return __atomic_load_n(&word, __ATOMIC_ACQUIRE);
+  T value;
+  __atomic_load(&word, &value, __ATOMIC_ACQUIRE);
+  return value;
 }
 
 template <typename T>
 void publish(T& word, T value) {
-  __atomic_store_n(&word, value, __ATOMIC_RELEASE);
+  __atomic_store(&word, &value, __ATOMIC_RELEASE);
 }
 
 }  // namespace qsl::memory

@@ -169,6 +169,8 @@ int qsl_snprintf_count(char* buffer, std::size_t size, std::size_t count, const 
                        std::va_list args) {
   if (size == 0) return -1;
   buffer[0] = '\0';
+  // A limit that leaves no room for the zero would end the process; the buffer's own is meant.
+  if (count >= size) count = kTruncate;
   switch (family()) {
     case 2: return new_family.vsnprintf_s(0, buffer, size, count, format, nullptr, args);
     case 1: return old_family.vsnprintf_s(buffer, size, count, format, args);
@@ -191,9 +193,7 @@ int qsl_snprintf(char* buffer, std::size_t size, const char* format, ...) {
 int qsl_snprintf_capped(char* buffer, std::size_t size, std::size_t count, const char* format, ...) {
   std::va_list args;
   va_start(args, format);
-  // A limit that leaves no room for the zero is the buffer's own.
-  const int written =
-      qsl_snprintf_count(buffer, size, count < size ? count : kTruncate, format, args);
+  const int written = qsl_snprintf_count(buffer, size, count, format, args);
   va_end(args);
   return written;
 }
