@@ -137,6 +137,11 @@ constexpr int kWarmUp = 50;
 // The sanitizer keeps what is freed, and a shadow of every library that was ever loaded.
 constexpr int kLoads = 50;
 constexpr long kSlack = 1 << 30;
+#elif defined(_WIN32)
+// A load is slow under Wine, whose loader keeps a little of its own each time; a table or a heap
+// left behind would show all the same.
+constexpr int kLoads = 100;
+constexpr long kSlack = 1024;
 #else
 constexpr int kLoads = 1000;
 // The C library's own caches may move a little.
