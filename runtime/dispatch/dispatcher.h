@@ -30,11 +30,15 @@ Code resolve_variant(Code volatile* slot, const Variants& variants);
 // The slot's value in eax. On ELF the address is relative to the program counter, so that the code
 // needs no relocation; a PE file is relocated as a whole.
 #if defined(__ELF__)
+// Says that a call stays inside the library. Without it a call of a function that is only declared
+// goes the way of an exported one, which keeps a register busy and rules out a jump.
+#define QSL_HIDDEN [[gnu::visibility("hidden")]]
 #define QSL_ASM_NAME(name) #name
 #define QSL_ASM_LOAD_SLOT(routine) \
   "call qsl_pc_thunk\n"            \
   "1: movl qsl_slot_" #routine " - 1b(%eax), %eax\n"
 #else
+#define QSL_HIDDEN
 #define QSL_ASM_NAME(name) "_" #name
 #define QSL_ASM_LOAD_SLOT(routine) "movl _qsl_slot_" #routine ", %eax\n"
 #endif
@@ -48,7 +52,7 @@ Code resolve_variant(Code volatile* slot, const Variants& variants);
   namespace avx2 { result routine arguments; }                            \
   namespace avx512 { result routine arguments; }                          \
   }                                                                       \
-  extern "C" result qsl_dispatch_##routine arguments
+  extern "C" QSL_HIDDEN result qsl_dispatch_##routine arguments
 
 #define QSL_DECLARE_VARIANTS(result, routine, arguments) \
   namespace qsl { namespace cnr { result routine arguments; } } \
