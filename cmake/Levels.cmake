@@ -36,16 +36,21 @@ target_compile_definitions(qsl_compile_options INTERFACE QSL_BUILDING)
 # The frame runs before the processor is known: plain i686, no vector instructions at all.
 set(QSL_FRAME_FLAGS -march=i686 -mtune=generic -mno-mmx -mno-sse -mfpmath=387)
 
-# qsl_add_entries(<source>...): adds exported routines and their interface functions to the frame.
-# They leave the stack as it comes, which saves a realignment a call: everything that they call is
-# the library's own and realigns for itself.
-function(qsl_add_entries)
-  target_sources(qsl_frame PRIVATE ${ARGN})
-  # (The sanitizers' own frames want 8 bytes.)
+# qsl_leave_stack_alone(<source>...): sources of the frame that take the stack as it comes, which saves a
+# realignment a call. Everything that they call is the library's own and realigns for itself. (The
+# compiler is told that it comes aligned to 8 bytes. It need not be: without vector code nothing depends
+# on it. The sanitizers' own frames do.)
+function(qsl_leave_stack_alone)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT QSL_SANITIZE)
     set_source_files_properties(${ARGN} TARGET_DIRECTORY qsl_frame
         PROPERTIES COMPILE_OPTIONS "-mpreferred-stack-boundary=2;-mincoming-stack-boundary=3")
   endif()
+endfunction()
+
+# qsl_add_entries(<source>...): adds exported routines and their interface functions to the frame.
+function(qsl_add_entries)
+  target_sources(qsl_frame PRIVATE ${ARGN})
+  qsl_leave_stack_alone(${ARGN})
 endfunction()
 
 set(QSL_KERNEL_FLAGS -march=i686 -mtune=generic -mfpmath=sse -fomit-frame-pointer)
