@@ -16,7 +16,8 @@ set(QSL_LEVEL_FLAGS_avx512
 # The reproducible body is shared by the two lowest levels, so it may use SSE2 only.
 set(QSL_LEVEL_FLAGS_cnr -msse2)
 
-# Callers may arrive with a stack aligned to 4 bytes only: every function realigns what it needs.
+# Callers may arrive with a stack aligned to 4 bytes only: every function realigns what it needs, and
+# the frame keeps 16 bytes for what it calls outside the library.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   set(QSL_STACK_FLAGS -mpreferred-stack-boundary=4 -mincoming-stack-boundary=2)
 else()
@@ -27,14 +28,13 @@ add_library(qsl_compile_options INTERFACE)
 target_compile_features(qsl_compile_options INTERFACE cxx_std_20)
 target_include_directories(qsl_compile_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
 target_compile_options(qsl_compile_options INTERFACE
-    ${QSL_STACK_FLAGS}
     -fvisibility=hidden -fno-exceptions -fno-rtti -fno-threadsafe-statics
     -ffp-contract=off -fno-math-errno -fno-lto -fno-strict-aliasing
     -Wall -Wextra -Werror -Wshadow -Wconversion -Wno-sign-conversion -Wundef)
 target_compile_definitions(qsl_compile_options INTERFACE QSL_BUILDING)
 
 # The frame runs before the processor is known: plain i686, no vector instructions at all.
-set(QSL_FRAME_FLAGS -march=i686 -mtune=generic -mno-mmx -mno-sse -mfpmath=387)
+set(QSL_FRAME_FLAGS ${QSL_STACK_FLAGS} -march=i686 -mtune=generic -mno-mmx -mno-sse -mfpmath=387)
 
 # qsl_leave_stack_alone(<source>...): sources of the frame that take the stack as it comes, which saves a
 # realignment a call. Everything that they call is the library's own and realigns for itself. (The
@@ -53,7 +53,15 @@ function(qsl_add_entries)
   qsl_leave_stack_alone(${ARGN})
 endfunction()
 
-set(QSL_KERNEL_FLAGS -march=i686 -mtune=generic -mfpmath=sse -fomit-frame-pointer)
+# Kernels call nothing but the library's own functions, so they keep no alignment for a callee, and
+# realign only where a vector is spilled. (A double may lie at any address, so 8 bytes are as good as
+# there.)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT QSL_SANITIZE)
+  set(QSL_KERNEL_FLAGS -mpreferred-stack-boundary=2 -mincoming-stack-boundary=3)
+else()
+  set(QSL_KERNEL_FLAGS ${QSL_STACK_FLAGS})
+endif()
+list(APPEND QSL_KERNEL_FLAGS -march=i686 -mtune=generic -mfpmath=sse -fomit-frame-pointer)
 
 # qsl_add_kernels(<level> <source>...): adds sources to the objects of one level.
 function(qsl_add_kernels level)

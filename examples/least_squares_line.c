@@ -1,7 +1,7 @@
 /* A straight line through measured points, by dot products.
  *
- * Data: NIST's "Norris", the calibration of ozone monitors. NIST publishes the line's coefficients to
- * 15 digits, computed in multiple precision; they are printed beside ours.
+ * Data: NIST's "Norris", the calibration of ozone monitors. NIST publishes the line's coefficients
+ * to 15 digits, computed in multiple precision; they are printed beside ours.
  *
  * Use: least_squares_line DATA_FOLDER
  */
@@ -13,11 +13,11 @@
 
 enum { kMaxRows = 64 };
 
-static void show(const char *name, double ours, double certified) {
+static void show(const char* name, double ours, double certified) {
   printf("  %-22s %20.13f %20.13f\n", name, ours, certified);
 }
 
-int main(int argc, char **argv) {
+int main(int argc, char** argv) {
   double x[kMaxRows], y[kMaxRows], one[kMaxRows];
   char path[1024];
   double mean_x, mean_y, sxx, sxy, syy, slope, intercept, residual, r_squared;

@@ -2,9 +2,9 @@
  *
  * Data: NIST's "ENSO", 168 months of the pressure difference between Easter Island and Darwin. Its
  * published model is a mean and three cycles: the year, El Nino (44.3 months) and the Southern
- * Oscillation (26.9 months). Each cycle is a complex oscillation exp(2 pi i t / period) with a complex
- * amplitude; the model is the real part of their sum. The sum of squared residuals is compared with
- * the published one.
+ * Oscillation (26.9 months). Each cycle is a complex oscillation exp(2 pi i t / period) with a
+ * complex amplitude; the model is the real part of their sum. The sum of squared residuals is
+ * compared with the published one.
  *
  * Use: ocean_cycles DATA_FOLDER
  */
@@ -20,9 +20,10 @@ static const double kPi = 3.14159265358979323846;
 static const double kMean = 10.510749193;
 static const double kCertifiedResidual = 788.53978668;
 
-/* Published parameters: a cosine and a sine of each period are the complex amplitude cos - i sin. */
+/* Published parameters: a cosine and a sine of each period are the complex amplitude cos - i sin.
+ */
 static const struct {
-  const char *name;
+  const char* name;
   double period;
   complex_double amplitude;
 } kCycle[kCycles] = {
@@ -31,7 +32,7 @@ static const struct {
     {"Southern Oscillation", 26.887614440, {0.21232288488, -1.4966870418}},
 };
 
-int main(int argc, char **argv) {
+int main(int argc, char** argv) {
   double observed[kMonths], residual = 0;
   complex_double mean = {0, 0}, sum[kMonths], oscillation[kMonths];
   char path[1024];
@@ -40,7 +41,8 @@ int main(int argc, char **argv) {
   snprintf(path, sizeof path, "%s/enso.txt", argc > 1 ? argv[1] : "examples/data");
   if (read_column(path, 0, observed, kMonths) != kMonths) return 1;
 
-  /* sum := mean, one element repeated by a stride of 0; then sum := sum + amplitude * oscillation. */
+  /* sum := mean, one element repeated by a stride of 0; then sum := sum + amplitude * oscillation.
+   */
   mean.real = kMean;
   cblas_zcopy(kMonths, &mean, 0, sum, 1);
   printf("Southern Pacific pressure (NIST ENSO, %d months): mean %.2f and %d cycles\n", kMonths,

@@ -6,8 +6,8 @@
 #include <stdlib.h>
 
 /* Column 0, 1, ... of the file into values[0 .. limit-1]; the number of rows, or 0 on failure. */
-static int read_column(const char *path, int column, double *values, int limit) {
-  FILE *file = fopen(path, "r");
+static int read_column(const char* path, int column, double* values, int limit) {
+  FILE* file = fopen(path, "r");
   char line[512];
   int rows = 0;
   if (file == NULL) {
@@ -15,12 +15,12 @@ static int read_column(const char *path, int column, double *values, int limit) 
     return 0;
   }
   while (rows < limit && fgets(line, sizeof line, file) != NULL) {
-    char *position = line;
+    char* position = line;
     double value = 0;
     int i;
     if (line[0] == '#') continue;
     for (i = 0; i <= column; ++i) {
-      char *end;
+      char* end;
       value = strtod(position, &end);
       if (end == position) break;
       position = end;

@@ -16,12 +16,12 @@
 
 enum { kMaxRows = 64, kPositions = 8 };
 
-int main(int argc, char **argv) {
+int main(int argc, char** argv) {
   double x[kMaxRows], y[kMaxRows];
   uint64_t first = 0;
   int differing = 0, n, i;
   char path[1024];
-  const char *mode = getenv("QSL_CBWR");
+  const char* mode = getenv("QSL_CBWR");
   double *x_space, *y_space;
 
   snprintf(path, sizeof path, "%s/norris.txt", argc > 1 ? argv[1] : "examples/data");

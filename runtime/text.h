@@ -1,5 +1,5 @@
-// Small text helpers of the frame. They stand in for the C library's, which a Windows build does not
-// link, so they hold to its rules in the "C" locale.
+// Small text helpers of the frame. They stand in for the C library's, which a Windows build does
+// not link, so they hold to its rules in the "C" locale.
 #pragma once
 
 #include <cstddef>

@@ -1,9 +1,9 @@
 // The exported level-1 routines: wrappers with verbose timing around the interface functions.
 //
 // C-style and Fortran-style entries share one wrapper, which takes counts and strides by value: a
-// C-style call then leaves its arguments where they are and jumps, to the dispatcher or to the verbose
-// form. (The verbose forms are not local to this file, or the compiler would give them a calling
-// convention of their own, for which every call would load its arguments first.)
+// C-style call then leaves its arguments where they are and jumps, to the dispatcher or to the
+// verbose form. (The verbose forms are not local to this file, or the compiler would give them a
+// calling convention of their own, for which every call would load its arguments first.)
 #include "blas/level1/routines.h"
 #include "include/qsl/blas.h"
 #include "runtime/verbose/wrapper.h"
@@ -43,8 +43,8 @@ inline const void* address(const void* p) { return p; }
 
 static VerboseGate ddot_gate;
 
-QSL_HIDDEN [[gnu::noinline, gnu::cold]] double ddot_verbose(int n, const double* x, int incx, const double* y,
-                                                 int incy) {
+QSL_HIDDEN [[gnu::noinline, gnu::cold]] double ddot_verbose(int n, const double* x, int incx,
+                                                            const double* y, int incy) {
   VerboseCall call(&ddot_gate);
   const double result = ddot_interface(n, x, incx, y, incy);
   call.print("DDOT(%d,%p,%d,%p,%d)", n, address(x), incx, address(y), incy);
@@ -59,8 +59,8 @@ inline double ddot(int n, const double* x, int incx, const double* y, int incy) 
 static VerboseGate zaxpy_gate;
 
 QSL_HIDDEN [[gnu::noinline, gnu::cold]] void zaxpy_verbose(int n, const complex_double* alpha,
-                                                const complex_double* x, int incx,
-                                                complex_double* y, int incy) {
+                                                           const complex_double* x, int incx,
+                                                           complex_double* y, int incy) {
   VerboseCall call(&zaxpy_gate);
   zaxpy_interface(n, alpha, x, incx, y, incy);
   call.print("ZAXPY(%d,%p,%p,%d,%p,%d)", n, address(alpha), address(x), incx, address(y), incy);
@@ -75,7 +75,7 @@ inline void zaxpy(int n, const complex_double* alpha, const complex_double* x, i
 static VerboseGate zcopy_gate;
 
 QSL_HIDDEN [[gnu::noinline, gnu::cold]] void zcopy_verbose(int n, const complex_double* x, int incx,
-                                                complex_double* y, int incy) {
+                                                           complex_double* y, int incy) {
   VerboseCall call(&zcopy_gate);
   zcopy_interface(n, x, incx, y, incy);
   call.print("ZCOPY(%d,%p,%d,%p,%d)", n, address(x), incx, address(y), incy);
@@ -94,7 +94,6 @@ using qsl::value_or_zero;
 using qsl::blas::ddot;
 using qsl::blas::zaxpy;
 using qsl::blas::zcopy;
-
 
 double DDOT(const int* n, const double* x, const int* incx, const double* y, const int* incy) {
   return ddot(value_or_zero(n), x, value_or_zero(incx), y, value_or_zero(incy));

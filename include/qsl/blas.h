@@ -3,9 +3,9 @@
  * @brief Dense BLAS: vector routines.
  *
  * A vector is a base pointer, a count @p n and a stride @p inc, both in elements. With a negative
- * stride the walk starts at base + (1 - n) * inc, the BLAS rule, so that the array's last element in
- * memory is the vector's first. A stride of 0 uses one element again and again. Arrays may have any
- * alignment; 32 or 64 bytes are fastest. Vectors that are written must not overlap the others.
+ * stride the walk starts at base + (1 - n) * inc, the BLAS rule, so that the array's last element
+ * in memory is the vector's first. A stride of 0 uses one element again and again. Arrays may have
+ * any alignment; 32 or 64 bytes are fastest. Vectors that are written must not overlap the others.
  *
  * Reference: C. L. Lawson, R. J. Hanson, D. R. Kincaid, F. T. Krogh, "Basic Linear Algebra
  * Subprograms for Fortran Usage", ACM Trans. Math. Software 5 (1979) 308-323.
@@ -34,8 +34,8 @@ extern "C" {
  * A null pointer for an integer counts as 0. Errors are not reported: there are none. Safe to call
  * from several threads at once.
  */
-QSL_API double DDOT(const int *n, const double *x, const int *incx, const double *y,
-                    const int *incy);
+QSL_API double DDOT(const int* n, const double* x, const int* incx, const double* y,
+                    const int* incy);
 
 /**
  * @brief Dot product of two real vectors, C style: scalars by value. Otherwise as DDOT().
@@ -52,7 +52,7 @@ QSL_API double DDOT(const int *n, const double *x, const int *incx, const double
  * double s = cblas_ddot(3, x, 1, y, 1);  // 32
  * @endcode
  */
-QSL_API double cblas_ddot(int n, const double *x, int incx, const double *y, int incy);
+QSL_API double cblas_ddot(int n, const double* x, int incx, const double* y, int incy);
 
 /**
  * @brief Complex update y := alpha * x + y in double precision.
@@ -65,7 +65,7 @@ QSL_API double cblas_ddot(int n, const double *x, int incx, const double *y, int
  * @param y      Complex vector of 1 + (n - 1) * |incy| elements; read and written.
  * @param incy   Stride of @p y.
  */
-QSL_API void cblas_zaxpy(int n, const void *alpha, const void *x, int incx, void *y, int incy);
+QSL_API void cblas_zaxpy(int n, const void* alpha, const void* x, int incx, void* y, int incy);
 
 /**
  * @brief Complex copy y := x in double precision. Every bit is copied, NaN payloads too.
@@ -76,7 +76,7 @@ QSL_API void cblas_zaxpy(int n, const void *alpha, const void *x, int incx, void
  * @param y     Complex vector of 1 + (n - 1) * |incy| elements; written.
  * @param incy  Stride of @p y.
  */
-QSL_API void cblas_zcopy(int n, const void *x, int incx, void *y, int incy);
+QSL_API void cblas_zcopy(int n, const void* x, int incx, void* y, int incy);
 
 #ifdef __cplusplus
 }

@@ -31,14 +31,14 @@ extern "C" {
  * QSL_free(x);
  * @endcode
  */
-QSL_API void *QSL_malloc(size_t size, int alignment);
+QSL_API void* QSL_malloc(size_t size, int alignment);
 
 /**
  * @brief Frees a block of QSL_malloc().
  *
  * @param p  The block; a null pointer is ignored. Only pointers from QSL_malloc() may be given.
  */
-QSL_API void QSL_free(void *p);
+QSL_API void QSL_free(void* p);
 
 /**
  * @brief Gives the buffers that the library keeps for reuse back to the system.

@@ -29,7 +29,8 @@ const char* processor_text() {
         return "Arvex(R) Advanced Vector Extensions 2 (Arvex(R) AVX2) enabled processors";
       case QSL_CPU_AVX512:
         return "Arvex(R) Advanced Vector Extensions 512 (Arvex(R) AVX-512) enabled processors";
-      default: break;
+      default:
+        break;
     }
   }
   return "Arvex(R) Architecture processors";

@@ -15,8 +15,8 @@ int qsl_cpu_type_cached = -1;
 // Names of the modules of a multi-file layout. This library is one file and loads none of them: an
 // entry that is not null says that the type is usable.
 const char* const qsl_cpu_type_module[10] = {
-    "qsl_p4.dll",  "qsl_p4.dll",   "qsl_p4.dll", "qsl_p4.dll",     "qsl_p4m.dll",
-    "qsl_p4m3.dll", "qsl_avx.dll", "qsl_avx2.dll", nullptr, "qsl_avx512.dll"};
+    "qsl_p4.dll",   "qsl_p4.dll",  "qsl_p4.dll",   "qsl_p4.dll", "qsl_p4m.dll",
+    "qsl_p4m3.dll", "qsl_avx.dll", "qsl_avx2.dll", nullptr,      "qsl_avx512.dll"};
 }
 
 namespace qsl {
@@ -36,16 +36,25 @@ int branch_type(int mode) {
   switch (mode) {
     case 3:
     case 4:
-    case 5: return QSL_CPU_SSE2;
+    case 5:
+      return QSL_CPU_SSE2;
     case 6:
-    case 7: return QSL_CPU_SSSE3;
-    case 8: return QSL_CPU_SSE42;
-    case 9: return QSL_CPU_AVX;
-    case 10: return QSL_CPU_AVX2;
-    case 11: return QSL_CPU_AVX512_MIC;
-    case 12: return QSL_CPU_AVX512;
-    case 13: return QSL_CPU_AVX512_MIC_E1;
-    default: return -4;
+    case 7:
+      return QSL_CPU_SSSE3;
+    case 8:
+      return QSL_CPU_SSE42;
+    case 9:
+      return QSL_CPU_AVX;
+    case 10:
+      return QSL_CPU_AVX2;
+    case 11:
+      return QSL_CPU_AVX512_MIC;
+    case 12:
+      return QSL_CPU_AVX512;
+    case 13:
+      return QSL_CPU_AVX512_MIC_E1;
+    default:
+      return -4;
   }
 }
 
@@ -105,7 +114,9 @@ void report(const Decision& decision) {
     case Refusal::override_value:
       qsl_print_message(0, QSL_MSG_CPU_NOT_SUPPORTED, 1, decision.type);
       break;
-    case Refusal::below_minimum: report_below_minimum(); break;
+    case Refusal::below_minimum:
+      report_below_minimum();
+      break;
     case Refusal::branch: {
       // The message promises AUTO, and detection runs, but the branch stays refused.
       qsl_print_message(0, QSL_MSG_CBWR_MODE, 0);
@@ -114,7 +125,8 @@ void report(const Decision& decision) {
       break;
     }
     case Refusal::no_module:
-    case Refusal::none: break;
+    case Refusal::none:
+      break;
   }
 }
 

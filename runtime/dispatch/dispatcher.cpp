@@ -25,13 +25,20 @@ Code reproducible_or(Code variant, Code cnr) {
 
 Code variant_for(int type, const Variants& variants) {
   switch (type) {
-    case QSL_CPU_SSE2: return reproducible_or(variants.p4, variants.cnr);
-    case QSL_CPU_SSSE3: return reproducible_or(variants.p4m, variants.cnr);
-    case QSL_CPU_SSE42: return variants.p4m3;
-    case QSL_CPU_AVX: return variants.avx;
-    case QSL_CPU_AVX2: return variants.avx2;
-    case QSL_CPU_AVX512: return variants.avx512;
-    default: return nullptr;
+    case QSL_CPU_SSE2:
+      return reproducible_or(variants.p4, variants.cnr);
+    case QSL_CPU_SSSE3:
+      return reproducible_or(variants.p4m, variants.cnr);
+    case QSL_CPU_SSE42:
+      return variants.p4m3;
+    case QSL_CPU_AVX:
+      return variants.avx;
+    case QSL_CPU_AVX2:
+      return variants.avx2;
+    case QSL_CPU_AVX512:
+      return variants.avx512;
+    default:
+      return nullptr;
   }
 }
 

@@ -43,42 +43,61 @@ Code resolve_variant(Code volatile* slot, const Variants& variants);
 #define QSL_ASM_LOAD_SLOT(routine) "movl _qsl_slot_" #routine ", %eax\n"
 #endif
 
-#define QSL_DECLARE_VARIANTS_6(result, routine, arguments)                \
-  namespace qsl {                                                         \
-  namespace p4 { result routine arguments; }                              \
-  namespace p4m { result routine arguments; }                             \
-  namespace p4m3 { result routine arguments; }                            \
-  namespace avx { result routine arguments; }                             \
-  namespace avx2 { result routine arguments; }                            \
-  namespace avx512 { result routine arguments; }                          \
-  }                                                                       \
+#define QSL_DECLARE_VARIANTS_6(result, routine, arguments) \
+  namespace qsl {                                          \
+  namespace p4 {                                           \
+  result routine arguments;                                \
+  }                                                        \
+  namespace p4m {                                          \
+  result routine arguments;                                \
+  }                                                        \
+  namespace p4m3 {                                         \
+  result routine arguments;                                \
+  }                                                        \
+  namespace avx {                                          \
+  result routine arguments;                                \
+  }                                                        \
+  namespace avx2 {                                         \
+  result routine arguments;                                \
+  }                                                        \
+  namespace avx512 {                                       \
+  result routine arguments;                                \
+  }                                                        \
+  }                                                        \
   extern "C" QSL_HIDDEN result qsl_dispatch_##routine arguments
 
 #define QSL_DECLARE_VARIANTS(result, routine, arguments) \
-  namespace qsl { namespace cnr { result routine arguments; } } \
+  namespace qsl {                                        \
+  namespace cnr {                                        \
+  result routine arguments;                              \
+  }                                                      \
+  }                                                      \
   QSL_DECLARE_VARIANTS_6(result, routine, arguments)
 
 #define QSL_VARIANT(level, routine) reinterpret_cast<qsl::Code>(&qsl::level::routine)
 
-#define QSL_DEFINE_DISPATCHER(result, routine, arguments, reproducible)                       \
-  extern "C" {                                                                                \
-  [[gnu::used]] qsl::Code volatile qsl_slot_##routine = nullptr;                              \
-  [[gnu::used]] qsl::Code qsl_resolve_##routine() {                                           \
-    static const qsl::Variants variants = {                                                   \
-        QSL_VARIANT(p4, routine),   QSL_VARIANT(p4m, routine),  QSL_VARIANT(p4m3, routine),   \
-        QSL_VARIANT(avx, routine),  QSL_VARIANT(avx2, routine), QSL_VARIANT(avx512, routine), \
-        reproducible};                                                                        \
-    return qsl::resolve_variant(&qsl_slot_##routine, variants);                               \
-  }                                                                                           \
-  [[gnu::naked]] result qsl_dispatch_##routine arguments {                                    \
+#define QSL_DEFINE_DISPATCHER(result, routine, arguments, reproducible)                         \
+  extern "C" {                                                                                  \
+  [[gnu::used]] qsl::Code volatile qsl_slot_##routine = nullptr;                                \
+  [[gnu::used]] qsl::Code qsl_resolve_##routine() {                                             \
+    static const qsl::Variants variants = {QSL_VARIANT(p4, routine),                            \
+                                           QSL_VARIANT(p4m, routine),                           \
+                                           QSL_VARIANT(p4m3, routine),                          \
+                                           QSL_VARIANT(avx, routine),                           \
+                                           QSL_VARIANT(avx2, routine),                          \
+                                           QSL_VARIANT(avx512, routine),                        \
+                                           reproducible};                                       \
+    return qsl::resolve_variant(&qsl_slot_##routine, variants);                                 \
+  }                                                                                             \
+  [[gnu::naked]] result qsl_dispatch_##routine arguments {                                      \
     asm(QSL_ASM_LOAD_SLOT(routine)                                                            \
         "testl %eax, %eax\n"                                                                  \
         "je 2f\n"                                                                             \
         "jmp *%eax\n"                                                                         \
         "2: call " QSL_ASM_NAME(qsl_resolve_##routine) "\n"                                   \
-        "jmp *%eax\n");                                                                       \
-  }                                                                                           \
-  }                                                                                           \
+        "jmp *%eax\n"); \
+  }                                                                                             \
+  }                                                                                             \
   static_assert(true, "")
 
 #define QSL_DISPATCHER(result, routine, arguments) \

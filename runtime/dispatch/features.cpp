@@ -28,34 +28,34 @@ struct FeatureRow {
 constexpr std::uint32_t bit(int n) { return std::uint32_t{1} << n; }
 
 constexpr FeatureRow kRows[] = {
-    {1, Leaf::leaf1_edx, bit(0), State::any, Gate::none},       // FPU
-    {2, Leaf::leaf1_edx, bit(15), State::any, Gate::none},      // CMOV
-    {3, Leaf::leaf1_edx, bit(23), State::any, Gate::none},      // MMX
-    {4, Leaf::leaf1_edx, bit(24), State::any, Gate::none},      // FXSAVE
-    {5, Leaf::leaf1_edx, bit(25), State::any, Gate::fxsave},    // SSE
-    {6, Leaf::leaf1_edx, bit(26), State::any, Gate::fxsave},    // SSE2
-    {7, Leaf::leaf1_ecx, bit(0), State::any, Gate::fxsave},     // SSE3
-    {8, Leaf::leaf1_ecx, bit(9), State::any, Gate::fxsave},     // SSSE3
-    {9, Leaf::leaf1_ecx, bit(19), State::any, Gate::fxsave},    // SSE4.1
-    {10, Leaf::leaf1_ecx, bit(20), State::any, Gate::fxsave},   // SSE4.2
-    {11, Leaf::leaf1_ecx, bit(22), State::any, Gate::fxsave},   // MOVBE
-    {12, Leaf::leaf1_ecx, bit(23), State::any, Gate::fxsave},   // POPCNT
-    {13, Leaf::leaf1_ecx, bit(1), State::any, Gate::fxsave},    // PCLMULQDQ
-    {14, Leaf::leaf1_ecx, bit(25), State::any, Gate::fxsave},   // AES
-    {15, Leaf::leaf1_ecx, bit(29), State::avx, Gate::none},     // F16C
-    {16, Leaf::leaf1_ecx, bit(28), State::avx, Gate::none},     // AVX
-    {17, Leaf::leaf1_ecx, bit(30), State::any, Gate::none},     // RDRAND
-    {18, Leaf::leaf1_ecx, bit(12), State::avx, Gate::none},     // FMA
+    {1, Leaf::leaf1_edx, bit(0), State::any, Gate::none},            // FPU
+    {2, Leaf::leaf1_edx, bit(15), State::any, Gate::none},           // CMOV
+    {3, Leaf::leaf1_edx, bit(23), State::any, Gate::none},           // MMX
+    {4, Leaf::leaf1_edx, bit(24), State::any, Gate::none},           // FXSAVE
+    {5, Leaf::leaf1_edx, bit(25), State::any, Gate::fxsave},         // SSE
+    {6, Leaf::leaf1_edx, bit(26), State::any, Gate::fxsave},         // SSE2
+    {7, Leaf::leaf1_ecx, bit(0), State::any, Gate::fxsave},          // SSE3
+    {8, Leaf::leaf1_ecx, bit(9), State::any, Gate::fxsave},          // SSSE3
+    {9, Leaf::leaf1_ecx, bit(19), State::any, Gate::fxsave},         // SSE4.1
+    {10, Leaf::leaf1_ecx, bit(20), State::any, Gate::fxsave},        // SSE4.2
+    {11, Leaf::leaf1_ecx, bit(22), State::any, Gate::fxsave},        // MOVBE
+    {12, Leaf::leaf1_ecx, bit(23), State::any, Gate::fxsave},        // POPCNT
+    {13, Leaf::leaf1_ecx, bit(1), State::any, Gate::fxsave},         // PCLMULQDQ
+    {14, Leaf::leaf1_ecx, bit(25), State::any, Gate::fxsave},        // AES
+    {15, Leaf::leaf1_ecx, bit(29), State::avx, Gate::none},          // F16C
+    {16, Leaf::leaf1_ecx, bit(28), State::avx, Gate::none},          // AVX
+    {17, Leaf::leaf1_ecx, bit(30), State::any, Gate::none},          // RDRAND
+    {18, Leaf::leaf1_ecx, bit(12), State::avx, Gate::none},          // FMA
     {19, Leaf::leaf7_ebx, bit(3) | bit(8), State::any, Gate::none},  // BMI1 and BMI2
-    {20, Leaf::ext1_ecx, bit(5), State::any, Gate::none},       // LZCNT
-    {21, Leaf::leaf7_ebx, bit(4), State::any, Gate::none},      // HLE
-    {22, Leaf::leaf7_ebx, bit(11), State::any, Gate::none},     // RTM
-    {23, Leaf::leaf7_ebx, bit(5), State::avx, Gate::none},      // AVX2
-    {24, Leaf::leaf7_ebx, bit(17), State::avx512, Gate::none},  // AVX512DQ
-    {27, Leaf::leaf7_ebx, bit(16), State::avx512, Gate::none},  // AVX512F
-    {28, Leaf::leaf7_ebx, bit(19), State::any, Gate::none},     // ADX
-    {29, Leaf::leaf7_ebx, bit(18), State::any, Gate::none},     // RDSEED
-    {30, Leaf::leaf7_ebx, bit(21), State::avx512, Gate::none},  // AVX512IFMA
+    {20, Leaf::ext1_ecx, bit(5), State::any, Gate::none},            // LZCNT
+    {21, Leaf::leaf7_ebx, bit(4), State::any, Gate::none},           // HLE
+    {22, Leaf::leaf7_ebx, bit(11), State::any, Gate::none},          // RTM
+    {23, Leaf::leaf7_ebx, bit(5), State::avx, Gate::none},           // AVX2
+    {24, Leaf::leaf7_ebx, bit(17), State::avx512, Gate::none},       // AVX512DQ
+    {27, Leaf::leaf7_ebx, bit(16), State::avx512, Gate::none},       // AVX512F
+    {28, Leaf::leaf7_ebx, bit(19), State::any, Gate::none},          // ADX
+    {29, Leaf::leaf7_ebx, bit(18), State::any, Gate::none},          // RDSEED
+    {30, Leaf::leaf7_ebx, bit(21), State::avx512, Gate::none},       // AVX512IFMA
     // Bit 31 is the display model, below.
     {32, Leaf::leaf7_ebx, bit(27), State::avx512, Gate::fxsave},  // AVX512ER
     {33, Leaf::leaf7_ebx, bit(26), State::avx512, Gate::fxsave},  // AVX512PF
@@ -75,12 +75,18 @@ constexpr std::uint32_t kFxsave = bit(24);   // leaf 1 EDX
 
 std::uint32_t leaf_value(const CpuidLeaves& leaves, Leaf leaf) {
   switch (leaf) {
-    case Leaf::leaf1_ecx: return leaves.leaf1_ecx;
-    case Leaf::leaf1_edx: return leaves.leaf1_edx;
-    case Leaf::leaf7_ebx: return leaves.leaf7_ebx;
-    case Leaf::leaf7_ecx: return leaves.leaf7_ecx;
-    case Leaf::leaf7_edx: return leaves.leaf7_edx;
-    case Leaf::ext1_ecx: return leaves.ext1_ecx;
+    case Leaf::leaf1_ecx:
+      return leaves.leaf1_ecx;
+    case Leaf::leaf1_edx:
+      return leaves.leaf1_edx;
+    case Leaf::leaf7_ebx:
+      return leaves.leaf7_ebx;
+    case Leaf::leaf7_ecx:
+      return leaves.leaf7_ecx;
+    case Leaf::leaf7_edx:
+      return leaves.leaf7_edx;
+    case Leaf::ext1_ecx:
+      return leaves.ext1_ecx;
   }
   return 0;
 }
@@ -88,10 +94,14 @@ std::uint32_t leaf_value(const CpuidLeaves& leaves, Leaf leaf) {
 bool state_enabled(const CpuidLeaves& leaves, State state) {
   const bool avx = (leaves.leaf1_ecx & kOsxsave) != 0 && (leaves.xcr0 & 6) == 6;
   switch (state) {
-    case State::any: return true;
-    case State::avx: return avx;
-    case State::avx512: return avx && (leaves.xcr0 & 0xe0) == 0xe0;
-    case State::mpx: return (leaves.xcr0 & 0x18) == 0x18;
+    case State::any:
+      return true;
+    case State::avx:
+      return avx;
+    case State::avx512:
+      return avx && (leaves.xcr0 & 0xe0) == 0xe0;
+    case State::mpx:
+      return (leaves.xcr0 & 0x18) == 0x18;
   }
   return false;
 }

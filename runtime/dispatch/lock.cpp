@@ -13,7 +13,8 @@ void spin_acquire(volatile int* word) {
   for (;;) {
     int expected = 0;
     if (__atomic_load_n(word, __ATOMIC_RELAXED) == 0 &&
-        __atomic_compare_exchange_n(word, &expected, 1, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED)) {
+        __atomic_compare_exchange_n(word, &expected, 1, false, __ATOMIC_ACQUIRE,
+                                    __ATOMIC_RELAXED)) {
       return;
     }
     if (passes < kSpinLimit) {

@@ -53,15 +53,24 @@ int top_mode(int raw_type) {
     case 0:
     case 1:
     case 2:
-    case 3: return QSL_CBWR_SSE2;
-    case 4: return qsl_cpu_has_sse41() ? QSL_CBWR_SSE4_1 : QSL_CBWR_SSSE3;
-    case 5: return QSL_CBWR_SSE4_2;
-    case 6: return QSL_CBWR_AVX;
-    case 7: return QSL_CBWR_AVX2;
-    case 8: return QSL_CBWR_AVX512_MIC;
-    case 9: return QSL_CBWR_AVX512;
-    case 10: return QSL_CBWR_AVX512_MIC_E1;
-    default: return QSL_CBWR_UNKNOWN;
+    case 3:
+      return QSL_CBWR_SSE2;
+    case 4:
+      return qsl_cpu_has_sse41() ? QSL_CBWR_SSE4_1 : QSL_CBWR_SSSE3;
+    case 5:
+      return QSL_CBWR_SSE4_2;
+    case 6:
+      return QSL_CBWR_AVX;
+    case 7:
+      return QSL_CBWR_AVX2;
+    case 8:
+      return QSL_CBWR_AVX512_MIC;
+    case 9:
+      return QSL_CBWR_AVX512;
+    case 10:
+      return QSL_CBWR_AVX512_MIC_E1;
+    default:
+      return QSL_CBWR_UNKNOWN;
   }
 }
 

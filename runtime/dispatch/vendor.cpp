@@ -72,7 +72,6 @@ int qsl_cpu_has_fma4() {
 int qsl_cpu_is_mic_e1() {
   const int mode = qsl_cbwr_query(1);
   if (!mode_asks_processor(mode) && mode != QSL_CBWR_AVX512_MIC_E1) return 0;
-  return cached(&qsl_is_mic_e1,
-                [] { return qsl_cpu_type_query(1) == QSL_CPU_AVX512_MIC_E1; });
+  return cached(&qsl_is_mic_e1, [] { return qsl_cpu_type_query(1) == QSL_CPU_AVX512_MIC_E1; });
 }
 }

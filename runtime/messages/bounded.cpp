@@ -63,7 +63,8 @@ int qsl_strncpy_s(char* dest, int dmax, const char* src, std::size_t slen) {
     return fail_empty("strncpy_s: slen exceeds max", QSL_BOUNDED_EXCEEDS_MAX);
   }
   // Whichever object lies lower must not be walked into the other one's start.
-  const bool dest_first = reinterpret_cast<std::uintptr_t>(dest) < reinterpret_cast<std::uintptr_t>(src);
+  const bool dest_first =
+      reinterpret_cast<std::uintptr_t>(dest) < reinterpret_cast<std::uintptr_t>(src);
   for (std::size_t i = 0; i < static_cast<std::size_t>(dmax); ++i) {
     const bool collides = dest_first ? dest + i == src : src + i == dest;
     if (collides) return fail_empty("strncpy_s: overlapping objects", QSL_BOUNDED_OVERLAP);

@@ -35,13 +35,20 @@ void qsl_xerbla_print(const char* name, const int* info, int name_len) {
   const int code = *info;
   qsl_print_message(0, QSL_MSG_NEWLINE, 0);
   switch (code) {
-    case kInfoWorkspace: qsl_print_message(0, QSL_MSG_WORKSPACE, 1, routine.text); return;
+    case kInfoWorkspace:
+      qsl_print_message(0, QSL_MSG_WORKSPACE, 1, routine.text);
+      return;
     case kInfoOptionalParameters:
       qsl_print_message(0, QSL_MSG_OPTIONAL_PARAMETERS, 1, routine.text);
       return;
-    case QSL_MSG_COPROCESSOR: qsl_print_message(0, QSL_MSG_COPROCESSOR, 1, routine.text); return;
-    case QSL_MSG_WORK_MEMORY: qsl_print_message(0, QSL_MSG_WORK_MEMORY, 1, routine.text); return;
-    default: break;
+    case QSL_MSG_COPROCESSOR:
+      qsl_print_message(0, QSL_MSG_COPROCESSOR, 1, routine.text);
+      return;
+    case QSL_MSG_WORK_MEMORY:
+      qsl_print_message(0, QSL_MSG_WORK_MEMORY, 1, routine.text);
+      return;
+    default:
+      break;
   }
   if (code < 1) {
     const int condition = static_cast<int>(0u - static_cast<unsigned>(code));

@@ -71,8 +71,8 @@ enum class ThreadBlock { ticket = 0, state = 1 };
 inline constexpr std::size_t kThreadBlockSize[] = {8, 24};
 
 // Makes blocks of this kind possible (a slot index, and on Linux the end-of-thread hook, which
-// calls qsl_thread_detach). False when the platform has none left. Not thread-safe: hold one lock for
-// both kinds, which share the hook.
+// calls qsl_thread_detach). False when the platform has none left. Not thread-safe: hold one lock
+// for both kinds, which share the hook.
 bool thread_blocks_open(ThreadBlock kind);
 // Gives the slot back. Blocks of other, still living threads are released too, but never under a
 // running thread's feet: where the platform can't tell, they live as long as their thread.

@@ -45,8 +45,7 @@ bool measure_with_clock(double* frequency) {
   }
   if (!platform::performance_counter(&counter1)) return false;
   const std::uint64_t cycles1 = time_stamp();
-  const double seconds =
-      static_cast<double>(counter1 - counter0) / static_cast<double>(per_second);
+  const double seconds = static_cast<double>(counter1 - counter0) / static_cast<double>(per_second);
   if (seconds < kShortest || cycles1 <= cycles0) return false;
   *frequency = static_cast<double>(cycles1 - cycles0) / seconds;
   return true;
@@ -92,10 +91,17 @@ double brand_frequency(const char* tail) {
   for (int i = 4; i + 2 < kBrandTail; ++i) {
     double unit;
     switch (tail[i]) {
-      case 'M': unit = 1e6; break;
-      case 'G': unit = 1e9; break;
-      case 'T': unit = 1e12; break;
-      default: continue;
+      case 'M':
+        unit = 1e6;
+        break;
+      case 'G':
+        unit = 1e9;
+        break;
+      case 'T':
+        unit = 1e12;
+        break;
+      default:
+        continue;
     }
     if (tail[i + 1] != 'H' || tail[i + 2] != 'z') continue;
     const char* number = tail + i - 4;

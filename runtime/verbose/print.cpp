@@ -31,9 +31,9 @@ void append_time(qsl::TextBuffer* text, double seconds) {
 }
 
 void append_reproducibility(qsl::TextBuffer* text) {
-  static const char* const names[] = {nullptr,  "OFF",    "AUTO", "COMPATIBLE", "SSE2",
-                                      nullptr,  "SSSE3",  "SSE4_1", "SSE4_2",   "AVX",
-                                      "AVX2",   "AVX512_MIC", "AVX512", "AVX512_MIC_E1"};
+  static const char* const names[] = {nullptr, "OFF",        "AUTO",   "COMPATIBLE",   "SSE2",
+                                      nullptr, "SSSE3",      "SSE4_1", "SSE4_2",       "AVX",
+                                      "AVX2",  "AVX512_MIC", "AVX512", "AVX512_MIC_E1"};
   const int mode = qsl_cbwr_query(1);
   const bool named = mode >= 1 && mode <= QSL_CBWR_AVX512_MIC_E1 && names[mode] != nullptr;
   if (named) {
@@ -63,12 +63,23 @@ void append_threads(qsl::TextBuffer* text) {
 
 void append_interface(qsl::TextBuffer* text, int kind) {
   switch (kind) {
-    case 0: return;
-    case -2: text->append(" %s", "stdcall"); return;
-    case -1: text->append(" %s", "cdecl"); return;
-    case 2: text->append(" %s", "ilp64"); return;
-    case 1: text->append(" %s", "lp64"); return;
-    default: text->append(" iface%x", static_cast<unsigned>(kind)); return;
+    case 0:
+      return;
+    case -2:
+      text->append(" %s", "stdcall");
+      return;
+    case -1:
+      text->append(" %s", "cdecl");
+      return;
+    case 2:
+      text->append(" %s", "ilp64");
+      return;
+    case 1:
+      text->append(" %s", "lp64");
+      return;
+    default:
+      text->append(" iface%x", static_cast<unsigned>(kind));
+      return;
   }
 }
 

@@ -9,7 +9,8 @@ extern "C" {
 int* qsl_verbose_mode_ptr();
 // Time stamp in seconds, from the time-stamp counter.
 double qsl_seconds();
-// Prints one line: the call's text, its time, the state of the library; before the first the banner.
+// Prints one line: the call's text, its time, the state of the library; before the first the
+// banner.
 void qsl_verbose_print(int interface_kind, const char* call_text, double seconds);
 // The value of QSL_VERBOSE_OUTPUT_FILE, read once; empty for standard output.
 const char* qsl_verbose_file();

@@ -21,7 +21,7 @@ enum { COUNT = 77 };
 
 static double x[2 * COUNT], y[2 * COUNT], z[2 * COUNT];
 
-static void require(int condition, const char *what) {
+static void require(int condition, const char* what) {
   if (!condition) {
     printf("results bad: %s\n", what);
     exit(2);
@@ -59,27 +59,27 @@ static void complex_vectors(void) {
 }
 
 static void memory(void) {
-  void *block = QSL_malloc(1000, 64);
+  void* block = QSL_malloc(1000, 64);
   require(block != NULL && (uintptr_t)block % 64 == 0, "QSL_malloc");
   memset(block, 1, 1000);
   QSL_free(block);
   QSL_Free_Buffers();
 }
 
-static void print_slots(int count, char **arguments) {
+static void print_slots(int count, char** arguments) {
   Dl_info library;
-  require(dladdr((void *)&DDOT, &library) != 0, "dladdr");
+  require(dladdr((void*)&DDOT, &library) != 0, "dladdr");
   const uintptr_t base = (uintptr_t)library.dli_fbase;
   for (int i = 0; i < count; i++) {
-    char *offset = strchr(arguments[i], '=');
+    char* offset = strchr(arguments[i], '=');
     require(offset != NULL, arguments[i]);
     *offset++ = '\0';
-    const uintptr_t code = *(uintptr_t *)(base + strtoul(offset, NULL, 16));
+    const uintptr_t code = *(uintptr_t*)(base + strtoul(offset, NULL, 16));
     printf("slot %s %lx\n", arguments[i], code ? (unsigned long)(code - base) : 0);
   }
 }
 
-int main(int argc, char **argv) {
+int main(int argc, char** argv) {
   if (argc == 2 && strcmp(argv[1], "early") == 0) {
     early_returns();
     memory();

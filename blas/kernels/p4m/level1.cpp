@@ -60,7 +60,7 @@ struct ZcopyShape {
 };
 
 double ddot(int n, const double* x, int incx, const double* y, int incy) {
-  return dot<DotShape>(n, x, incx, y, incy).value();
+  return dot<DotShape>(n, x, incx, y, incy);
 }
 
 void daxpy(int n, const double* a, const double* x, int incx, double* y, int incy) {

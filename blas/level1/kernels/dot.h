@@ -332,13 +332,38 @@ QSL_INLINE f64 dot_unit(DotRest rest) {
   }
 }
 
+// The forms are functions of the same arguments, so that choosing between them is a test and a
+// jump: no call pays for the registers and the frame of another form. ("Used" keeps the compiler
+// from giving them arguments of their own.) One element at level avx2, by the exported routine: 7.4
+// ns in one function, 5.8 ns so.
+
+// Every call that is not of unit stride, empty ones too.
 template <class Shape>
-QSL_INLINE f64 dot(int n, const double* x, int incx, const double* y, int incy) {
-  if (n <= 0) return f64::zero();
-  if (!Shape::unit_stride(incx, incy) || dot_keeps_to_strides<Shape>(x, y)) {
-    return dot_strided<Shape>(n, x, incx, y, incy);
+[[gnu::noinline, gnu::used]] double dot_otherwise(int n, const double* x, int incx, const double* y,
+                                                  int incy) {
+  if (n <= 0) return 0.0;
+  return dot_strided<Shape>(n, x, incx, y, incy).value();
+}
+
+template <class Shape>
+[[gnu::noinline, gnu::used]] double dot_forward(int n, const double* x, int, const double* y, int) {
+  return dot_unit<Shape>({n, x, y}).value();
+}
+
+template <class Shape>
+QSL_INLINE double dot(int n, const double* x, int incx, const double* y, int incy) {
+  // One element has no order of summation and no stride: +0 and the product in every form. In a
+  // plain double, since a vector type would bring a realigned frame with it.
+  if (n == 1) {
+    const double x0 = reinterpret_cast<const DoubleAnywhere*>(x)->value;
+    const double y0 = reinterpret_cast<const DoubleAnywhere*>(y)->value;
+    if constexpr (has_fma) return __builtin_fma(x0, y0, 0.0);
+    return 0.0 + x0 * y0;
   }
-  return dot_unit<Shape>({n, x, y});
+  if (n <= 0 || !Shape::unit_stride(incx, incy) || dot_keeps_to_strides<Shape>(x, y)) {
+    return dot_otherwise<Shape>(n, x, incx, y, incy);
+  }
+  return dot_forward<Shape>(n, x, incx, y, incy);
 }
 
 // Unit stride in the levels that step forward only.

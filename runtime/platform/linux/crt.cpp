@@ -43,7 +43,8 @@ int qsl_snprintf_count(char* buffer, std::size_t size, std::size_t count, const 
   return vsnprintf(buffer, count < size ? count + 1 : size, format, args);
 }
 
-int qsl_snprintf_capped(char* buffer, std::size_t size, std::size_t count, const char* format, ...) {
+int qsl_snprintf_capped(char* buffer, std::size_t size, std::size_t count, const char* format,
+                        ...) {
   std::va_list args;
   va_start(args, format);
   const int written = qsl_snprintf_count(buffer, size, count, format, args);

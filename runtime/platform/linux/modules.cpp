@@ -8,7 +8,8 @@ namespace qsl::platform {
 
 const char* const kTraceModuleNames[] = {"libittnotify.so", nullptr};
 const char* const kAllocatorModuleNames[] = {"libamalloc.so", nullptr};
-const char* const kMemkindModuleNames[] = {"libmemkind.so", "libmemkind.so.0", "memkind.so", nullptr};
+const char* const kMemkindModuleNames[] = {"libmemkind.so", "libmemkind.so.0", "memkind.so",
+                                           nullptr};
 const char kName[] = "Lnx";
 
 Module* module_load(const char* name) {

@@ -2,8 +2,8 @@
 //
 // The blocks lie in the thread's own static storage, so that they need no release: the C library
 // takes them back when the thread ends or the library is unloaded, whichever threads are still
-// running then. A pthread key serves for the hook alone. It is deleted with the last kind, so that a
-// thread which outlives the library doesn't call into unmapped code.
+// running then. A pthread key serves for the hook alone. It is deleted with the last kind, so that
+// a thread which outlives the library doesn't call into unmapped code.
 #include <pthread.h>
 
 #include <cstring>

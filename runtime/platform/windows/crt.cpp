@@ -1,8 +1,8 @@
-// The C runtime's formatted input and output, bound late by name: the library links no C runtime and
-// takes the one that the process has.
+// The C runtime's formatted input and output, bound late by name: the library links no C runtime
+// and takes the one that the process has.
 //
-// There are two families. The newer (family 2) has one entry a direction that takes a va_list and an
-// options word; the older (family 1) has the plain functions, and its streams lie in an array.
+// There are two families. The newer (family 2) has one entry a direction that takes a va_list and
+// an options word; the older (family 1) has the plain functions, and its streams lie in an array.
 #include "runtime/messages/crt.h"
 
 #include <cstdint>
@@ -172,9 +172,12 @@ int qsl_snprintf_count(char* buffer, std::size_t size, std::size_t count, const 
   // A limit that leaves no room for the zero would end the process; the buffer's own is meant.
   if (count >= size) count = kTruncate;
   switch (family()) {
-    case 2: return new_family.vsnprintf_s(0, buffer, size, count, format, nullptr, args);
-    case 1: return old_family.vsnprintf_s(buffer, size, count, format, args);
-    default: return -1;
+    case 2:
+      return new_family.vsnprintf_s(0, buffer, size, count, format, nullptr, args);
+    case 1:
+      return old_family.vsnprintf_s(buffer, size, count, format, args);
+    default:
+      return -1;
   }
 }
 
@@ -190,7 +193,8 @@ int qsl_snprintf(char* buffer, std::size_t size, const char* format, ...) {
   return count;
 }
 
-int qsl_snprintf_capped(char* buffer, std::size_t size, std::size_t count, const char* format, ...) {
+int qsl_snprintf_capped(char* buffer, std::size_t size, std::size_t count, const char* format,
+                        ...) {
   std::va_list args;
   va_start(args, format);
   const int written = qsl_snprintf_count(buffer, size, count, format, args);
@@ -204,7 +208,8 @@ int qsl_sscanf(const char* text, const char* format, ...) {
   va_start(args, format);
   int count = 0;
   switch (family()) {
-    case 2: count = new_family.vsscanf(0, text, static_cast<std::size_t>(-1), format, nullptr, args);
+    case 2:
+      count = new_family.vsscanf(0, text, static_cast<std::size_t>(-1), format, nullptr, args);
       break;
     case 1: {
       // The older family has no form with a va_list: the pointers are handed on one by one.
@@ -216,7 +221,8 @@ int qsl_sscanf(const char* text, const char* format, ...) {
       count = old_family.sscanf(text, format, items[0], items[1], items[2], items[3]);
       break;
     }
-    default: break;
+    default:
+      break;
   }
   va_end(args);
   return count;

@@ -6,9 +6,7 @@ namespace qsl::platform {
 
 void yield() { SwitchToThread(); }
 
-void terminate_process(int code) {
-  TerminateProcess(GetCurrentProcess(), static_cast<UINT>(code));
-}
+void terminate_process(int code) { TerminateProcess(GetCurrentProcess(), static_cast<UINT>(code)); }
 
 std::size_t environment(const char* name, char* buffer, std::size_t size) {
   return GetEnvironmentVariableA(name, buffer, static_cast<DWORD>(size));

@@ -1,5 +1,5 @@
-// Per-thread blocks: a slot index and a private heap a kind. Destroying the heap takes the blocks of
-// every thread with it. The end-of-thread hook is the library's entry point.
+// Per-thread blocks: a slot index and a private heap a kind. Destroying the heap takes the blocks
+// of every thread with it. The end-of-thread hook is the library's entry point.
 #include "runtime/platform/platform.h"
 #include "runtime/platform/windows/windows_api.h"
 
