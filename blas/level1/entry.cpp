@@ -21,7 +21,8 @@ inline double ddot_interface(int n, const double* x, int incx, const double* y, 
 // Zero of either sign: all bits but the sign are clear. A comparison of integers does not depend on
 // the caller's floating-point mode, in which a denormal number might count as zero.
 inline bool is_zero(const double* value) {
-  const auto* words = reinterpret_cast<const unsigned*>(value);
+  unsigned words[2];
+  __builtin_memcpy(words, value, sizeof words);
   return (words[0] | (words[1] << 1)) == 0;
 }
 
