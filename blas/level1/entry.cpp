@@ -20,10 +20,12 @@ inline double ddot_interface(int n, const double* x, int incx, const double* y, 
 
 // Zero of either sign: all bits but the sign are clear. A comparison of integers does not depend on
 // the caller's floating-point mode, in which a denormal number might count as zero.
+struct [[gnu::may_alias]] DoubleBits {
+  unsigned low, high;
+};
 inline bool is_zero(const double* value) {
-  unsigned words[2];
-  __builtin_memcpy(words, value, sizeof words);
-  return (words[0] | (words[1] << 1)) == 0;
+  const auto* bits = reinterpret_cast<const DoubleBits*>(value);
+  return (bits->low | (bits->high << 1)) == 0;
 }
 
 inline void zaxpy_interface(int n, const complex_double* alpha, const complex_double* x, int incx,
