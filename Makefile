@@ -1,29 +1,27 @@
 # A thin front to CMake, CTest and the scripts in tools/. See README.md and CONTRIBUTING.md.
-PRESETS = release debug sanitize helgrind reference clang bench windows
+PRESETS = release debug sanitize helgrind reference clang windows
 JOBS ?= $(shell nproc)
 PREFIX ?= /usr/local
+LIBRARY_ONLY = -DQSL_BUILD_TESTS=OFF
 
 .PHONY: all tour check check-emulated bench docs install package format lint clean $(PRESETS)
+.NOTPARALLEL:
 
 all: release
 
-$(PRESETS):
-	@tools/setup.sh build
-	@cmake --preset $@ $(if $(VERBOSE),,-DCMAKE_MESSAGE_LOG_LEVEL=WARNING)
+# The library of a preset, without its tests: build/<preset>/libqsl.so, build/windows/qsl.dll.
+$(PRESETS): setup-build
+	@cmake --preset $@ $(LIBRARY_ONLY)
 	@cmake --build --preset $@ -j $(JOBS)
 
-debug sanitize helgrind: setup-check
-release: setup-build
 windows: setup-emulated
-clang: setup-build
-bench: setup-bench
 
 setup-%:
 	@tools/setup.sh $*
 
 # The library and the examples, then the examples on real data.
 tour: setup-build
-	@cmake --preset release -B build/tour -DQSL_BUILD_TESTS=OFF -DQSL_BUILD_EXAMPLES=ON
+	@cmake --preset release -B build/tour $(LIBRARY_ONLY) -DQSL_BUILD_EXAMPLES=ON
 	@cmake --build build/tour -j $(JOBS)
 	@tools/tour.sh build/tour
 
@@ -34,6 +32,12 @@ check: setup-build setup-check
 # Other processors, AVX-512 and Windows, in emulators.
 check-emulated: setup-build setup-check setup-emulated
 	@tools/check-emulated.sh
+
+# Speed beside other libraries: a table of ratios, build/bench/results.json and plots.
+bench: setup-build setup-bench
+	@cmake --preset bench
+	@cmake --build --preset bench -j $(JOBS)
+	@python3 benchmarks/report.py --build build/bench
 
 docs: setup-docs
 	@tools/docs.sh

@@ -16,8 +16,10 @@ install(FILES ${PROJECT_BINARY_DIR}/qsl-config.cmake ${PROJECT_BINARY_DIR}/qsl-c
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/qsl)
 
 # The prefix is found from where the file lies, so that an installed tree may be moved.
+file(RELATIVE_PATH to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" to_prefix "${to_prefix}")
 file(CONFIGURE OUTPUT qsl.pc CONTENT [[
-prefix=${pcfiledir}/../..
+prefix=${pcfiledir}/@to_prefix@
 libdir=${prefix}/@CMAKE_INSTALL_LIBDIR@
 includedir=${prefix}/@CMAKE_INSTALL_INCLUDEDIR@
 

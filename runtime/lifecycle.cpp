@@ -4,7 +4,10 @@
 
 extern "C" {
 
-void qsl_process_attach() { qsl_mm_bind_backend(); }
+void qsl_process_attach() {
+  qsl_mm_bind_backend();
+  qsl_mm_survive_forks();
+}
 
 void qsl_thread_detach() {
   qsl_thread_state_free();

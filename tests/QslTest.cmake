@@ -7,6 +7,18 @@
 #             mode for the two lowest; otherwise one test with the detected type
 set(QSL_NATIVE_TYPES 2 4 5 6 7)
 
+# Tests of types that this processor lacks are listed by CTest as disabled.
+set(QSL_LACKING_TYPES)
+file(STRINGS /proc/cpuinfo cpu_flags REGEX "^flags" LIMIT_COUNT 1)
+foreach(row IN ITEMS 4:ssse3 5:sse4_2 6:avx 7:avx2)
+  string(REPLACE ":" ";" row "${row}")
+  list(GET row 0 type)
+  list(GET row 1 flag)
+  if(NOT "${cpu_flags} " MATCHES " ${flag} ")
+    list(APPEND QSL_LACKING_TYPES ${type})
+  endif()
+endforeach()
+
 function(qsl_add_test name)
   cmake_parse_arguments(arg "INTERNAL;PER_TYPE" "TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
@@ -30,6 +42,9 @@ function(qsl_add_test name)
       add_test(NAME ${name}.type${type} COMMAND ${name})
       set_tests_properties(${name}.type${type} PROPERTIES
           ENVIRONMENT "QSL_DEBUG_CPU_TYPE=${type}" TIMEOUT ${arg_TIMEOUT})
+      if(type IN_LIST QSL_LACKING_TYPES)
+        set_tests_properties(${name}.type${type} PROPERTIES DISABLED TRUE)
+      endif()
     endforeach()
     foreach(type IN ITEMS 2 4)
       add_test(NAME ${name}.type${type}.reproducible COMMAND ${name})

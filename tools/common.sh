@@ -12,12 +12,18 @@ die() {
   exit 1
 }
 
+# Ends the script where there is no way to the rights of root. To be asked before a redirected as_root.
+need_root() {
+  [ "$(id -u)" -eq 0 ] || command -v sudo >/dev/null ||
+    die "this needs the rights of root, and there is no sudo: $*"
+}
+
 # Runs a command with the rights of root.
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then
     "$@"
   elif command -v sudo >/dev/null; then
-    sudo -- "$@"
+    sudo -- env "DEBIAN_FRONTEND=${DEBIAN_FRONTEND:-}" "$@"
   else
     die "needs the rights of root, and there is no sudo: $*"
   fi

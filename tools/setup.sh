@@ -62,6 +62,7 @@ install() {
   local names
   mapfile -t names < <(missing "$@")
   [ ${#names[@]} -gt 0 ] || return 0
+  need_root "installing ${names[*]}"
   case " ${names[*]} " in *:i386\ *) allow_i386 ;; esac
   refresh_index
   say "installing ${names[*]}"
@@ -91,6 +92,7 @@ prefer() {
 fetch_kernel() {
   [ ! -s "$qsl_cache/kernel/vmlinuz" ] || return 0
   local work image candidates
+  need_root "reading the package lists for a kernel image"
   refresh_index
   mapfile -t candidates < <(
     apt-cache depends linux-image-cloud-amd64 2>/dev/null | sed -n 's/^ *Depends: \(linux-image-[^ ]*\)$/\1/p'
@@ -121,6 +123,7 @@ wine_is_there() {
 # have drifted apart it does not: then an i386 root of its own.
 fetch_wine() {
   ! wine_is_there || return 0
+  need_root "installing Wine"
   if [ -z "${QSL_WINE_ROOT:-}" ]; then
     allow_i386
     refresh_index

@@ -22,7 +22,11 @@ show "$bin/least_squares_line" "$data"
 show "$bin/ocean_cycles" "$data"
 echo
 echo "The level is chosen by the processor, and the same program runs at every lower one:"
-for type in 2 4 5 6 7; do
+types="2"
+for row in ssse3:4 sse4_2:5 avx:6 avx2:7; do
+  ! grep -qw "${row%:*}" /proc/cpuinfo || types+=" ${row#*:}"
+done
+for type in $types; do
   level=$(QSL_DEBUG_CPU_TYPE=$type QSL_VERBOSE=1 "$bin/same_bits" "$data" |
     sed -n 's/.*build [0-9]* for \(.*\) enabled processors.*/\1/p')
   sum=$(QSL_DEBUG_CPU_TYPE=$type "$bin/same_bits" "$data" | sed -n 's/.*64-byte alignment *//p')

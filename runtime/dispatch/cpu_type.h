@@ -51,7 +51,7 @@ extern const char* const qsl_cpu_type_module[10];
 
 namespace qsl {
 
-// The type for display: as qsl_get_cpu_type, but -1 where that would end the process.
+// The type for display: as qsl_get_cpu_type, but -1 where that would refuse the type.
 int cpu_type_or_undecided();
 
 }  // namespace qsl

@@ -11,12 +11,7 @@
 namespace qsl::memory {
 
 Setup setup_state = Setup::none;
-
-namespace {
-
-int setup_lock = 0;
-
-}  // namespace
+volatile int setup_lock = 0;
 
 Setup set_up() {
   Guard guard(&setup_lock);

@@ -9,6 +9,7 @@ namespace qsl::memory {
 enum class Setup : int { none = 0, fast_layer_on = 1, fast_layer_off = 2 };
 
 extern Setup setup_state;
+extern volatile int setup_lock;
 
 // Does the set-up, once, and returns the state.
 [[gnu::noinline, gnu::cold]] Setup set_up();

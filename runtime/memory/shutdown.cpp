@@ -1,7 +1,7 @@
 // The one-time shut-down and its two registries of callbacks.
 //
-// It may run in a forked child, where a thread that held a lock at the time of the fork no longer
-// exists: so no wait here is without end.
+// It may run in a process that was split off without the C library's knowledge (fork.cpp covers the
+// usual way), where a thread that held a lock no longer exists: so no wait here is without end.
 
 #include "runtime/memory/buffers.h"
 #include "runtime/memory/locks.h"

@@ -38,6 +38,10 @@ void yield();
 // Ends the process at once: no exit handlers, no destructors, nothing flushed but standard output.
 void terminate_process(int code);
 
+// Has `before` called by a thread that is about to fork, and `after` in both processes afterwards.
+// Nothing to do where processes don't fork.
+void at_fork(void (*before)(), void (*after)());
+
 // Copies the value of an environment variable: its length when it fits with its zero; the size
 // needed, zero included, when it does not; 0 when it is unset or empty. Variables are ignored in a
 // process that runs with raised privileges.

@@ -7,9 +7,8 @@
 //   Vector              the register that the blocks use
 //   block               elements per pass
 //   minimum             fewer elements, or a y that is not 8-byte aligned: one by one
-//   short_vector        up to here no peel: unaligned blocks, then one by one. Above: one by one
-//   until
-//                       y is aligned to the vector's size, blocks, one by one
+//   short_vector        up to here no peel: unaligned blocks, then one by one; above: one by one
+//                       until y is aligned to the vector's size, blocks, one by one
 #pragma once
 
 #include "blas/level1/kernels/stride.h"

@@ -49,8 +49,7 @@ enum class DotStrided {
   in_order,
   // Eight elements per pass as four pairs, then pairs into a0, then one after the reduction.
   pairs_of_8,
-  // Sixteen elements per pass as two vectors of eight lanes into a0 and a1, then eight into a0,
-  // then
+  // Sixteen elements per pass as two vectors of eight lanes into a0 and a1, then eight into a0, and
   // the rest masked into a0.
   gathers_of_16,
 };

@@ -1,3 +1,4 @@
+#include <pthread.h>
 #include <sched.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -15,6 +16,9 @@ void terminate_process(int code) {
   fflush(stdout);
   _exit(code);
 }
+
+// The C library forgets them when the library is unloaded.
+void at_fork(void (*before)(), void (*after)()) { pthread_atfork(before, after, after); }
 
 std::size_t environment(const char* name, char* buffer, std::size_t size) {
   const char* value = secure_getenv(name);
