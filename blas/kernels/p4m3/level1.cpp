@@ -46,25 +46,6 @@ struct ZcopyShape {
   static constexpr int strided_block = 2;
 };
 
-double ddot(int n, const double* x, int incx, const double* y, int incy) {
-  return dot<DotShape>(n, x, incx, y, incy);
-}
-
-void daxpy(int n, const double* a, const double* x, int incx, double* y, int incy) {
-  daxpy<DaxpyShape>(n, a, x, incx, y, incy);
-}
-
-void zaxpy(int n, const complex_double* alpha, const complex_double* x, int incx, complex_double* y,
-           int incy) {
-  zaxpy<ZaxpyShape>(n, alpha, x, incx, y, incy);
-}
-
-void dcopy(int n, const double* x, int incx, double* y, int incy) {
-  dcopy<DcopyShape>(n, x, incx, y, incy);
-}
-
-void zcopy(int n, const complex_double* x, int incx, complex_double* y, int incy) {
-  zcopy<ZcopyShape, DcopyShape>(n, x, incx, y, incy);
-}
-
 }  // namespace qsl::p4m3
+
+#include "blas/level1/kernels/variants.h"
