@@ -4,7 +4,7 @@ set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
 
-mapfile -t sources < <(git ls-files '*.c' '*.cpp' '*.h' | grep -v '^build/')
+mapfile -t sources < <(git ls-files '*.c' '*.cpp' '*.h' '*.inl' | grep -v '^build/')
 if [ "${1:-}" = --fix ]; then
   clang-format -i "${sources[@]}"
   exit 0

@@ -49,4 +49,4 @@ struct ZcopyShape {
 
 }  // namespace qsl::avx
 
-#include "blas/level1/kernels/variants.h"
+#include "blas/level1/kernels/variants.inl"

@@ -48,4 +48,4 @@ struct ZcopyShape {
 
 }  // namespace qsl::avx2
 
-#include "blas/level1/kernels/variants.h"
+#include "blas/level1/kernels/variants.inl"

@@ -95,4 +95,4 @@ void zaxpy(int n, const complex_double* alpha, const complex_double* x, int incx
 }  // namespace qsl::p4m
 
 #define QSL_OWN_ZAXPY
-#include "blas/level1/kernels/variants.h"
+#include "blas/level1/kernels/variants.inl"
