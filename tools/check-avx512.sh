@@ -2,7 +2,7 @@
 # Runs the test programs of a build on an emulated AVX-512 processor: a small virtual machine in
 # Bochs, which boots a kernel with the programs in its initial RAM disk.
 #
-#   tools/check-avx512.sh [MINUTES]     time limit of the machine, default 20
+#   tools/check-avx512.sh [MINUTES]     time limit of the machine, default 40
 #
 #   QSL_BUILD_DIR       the build to take, default build/release; it must be built already
 #   QSL_AVX512_MINUTES  the time limit, when there is no argument
@@ -16,7 +16,7 @@
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-minutes=${1:-${QSL_AVX512_MINUTES:-20}}
+minutes=${1:-${QSL_AVX512_MINUTES:-40}}
 [[ $minutes =~ ^[1-9][0-9]*$ ]] || die "not a number of minutes: $minutes"
 build=$(cd "$source_root" && realpath -m "${QSL_BUILD_DIR:-build/release}")
 emulation=$source_root/tests/emulation
