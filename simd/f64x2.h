@@ -34,6 +34,8 @@ struct [[gnu::packed, gnu::may_alias]] DoubleAnywhere {
 // the stack between two operations (seen: 40 cycles for a dot product of one element instead of 12,
 // for the sake of a zero that was stored in two halves and loaded as one).
 struct f64 {
+  using Element = double;
+
   __m128d v;
 
   QSL_INLINE static f64 zero() { return {_mm_setzero_pd()}; }
@@ -59,6 +61,7 @@ QSL_INLINE f64 mul_add(f64 a, f64 b, f64 c) {
 }
 
 struct f64x2 {
+  using Element = double;
   static constexpr int lanes = 2;
   static constexpr int bytes = 16;
 
@@ -131,6 +134,16 @@ QSL_INLINE f64x2 swap_pairs(f64x2 a) { return {_mm_shuffle_pd(a.v, a.v, 1)}; }
 QSL_INLINE f64x2 straddle(f64x2 a, f64x2 b) { return {_mm_shuffle_pd(a.v, b.v, 1)}; }
 // (-a0, a1)
 QSL_INLINE f64x2 negate_even(f64x2 a) { return {_mm_xor_pd(a.v, _mm_set_pd(0.0, -0.0))}; }
+// (a0, -a1)
+QSL_INLINE f64x2 negate_odd(f64x2 a) { return {_mm_xor_pd(a.v, _mm_set_pd(-0.0, 0.0))}; }
+// (a0 - b0, a1 + b1)
+QSL_INLINE f64x2 add_sub(f64x2 a, f64x2 b) {
+#if defined(__SSE3__)
+  return {_mm_addsub_pd(a.v, b.v)};
+#else
+  return a + negate_even(b);
+#endif
+}
 
 QSL_INLINE f64x2 first_pair(f64x2 a) { return a; }
 

@@ -8,6 +8,7 @@
 namespace qsl::QSL_LEVEL {
 
 struct f64x4 {
+  using Element = double;
   static constexpr int lanes = 4;
   static constexpr int bytes = 32;
 
@@ -72,13 +73,17 @@ QSL_INLINE f64x4 swap_pairs(f64x4 a) { return {_mm256_permute_pd(a.v, 0x5)}; }
 QSL_INLINE f64x4 negate_even(f64x4 a) {
   return {_mm256_xor_pd(a.v, _mm256_set_pd(0.0, -0.0, 0.0, -0.0))};
 }
+QSL_INLINE f64x4 negate_odd(f64x4 a) {
+  return {_mm256_xor_pd(a.v, _mm256_set_pd(-0.0, 0.0, -0.0, 0.0))};
+}
+QSL_INLINE f64x4 add_sub(f64x4 a, f64x4 b) { return {_mm256_addsub_pd(a.v, b.v)}; }
 
 QSL_INLINE f64x2 first_pair(f64x4 a) { return {_mm256_castpd256_pd128(a.v)}; }
 
+QSL_INLINE f64x2 lower_half(f64x4 a) { return {_mm256_castpd256_pd128(a.v)}; }
+QSL_INLINE f64x2 upper_half(f64x4 a) { return {_mm256_extractf128_pd(a.v, 1)}; }
 // Upper half + lower half.
-QSL_INLINE f64x2 sum_halves(f64x4 a) {
-  return f64x2{_mm256_castpd256_pd128(a.v)} + f64x2{_mm256_extractf128_pd(a.v, 1)};
-}
+QSL_INLINE f64x2 sum_halves(f64x4 a) { return lower_half(a) + upper_half(a); }
 QSL_INLINE f64 sum_lanes(f64x4 a) { return sum_lanes(sum_halves(a)); }
 
 }  // namespace qsl::QSL_LEVEL

@@ -17,6 +17,7 @@
 namespace qsl::QSL_LEVEL {
 
 struct f64x8 {
+  using Element = double;
   static constexpr int lanes = 8;
   static constexpr int bytes = 64;
 
@@ -71,13 +72,23 @@ QSL_INLINE f64x8 mul_sub_add(f64x8 a, f64x8 b, f64x8 c) {
 QSL_INLINE f64x8 dup_even(f64x8 a) { return {_mm512_movedup_pd(a.v)}; }
 QSL_INLINE f64x8 dup_odd(f64x8 a) { return {_mm512_permute_pd(a.v, 0xff)}; }
 QSL_INLINE f64x8 swap_pairs(f64x8 a) { return {_mm512_permute_pd(a.v, 0x55)}; }
+QSL_INLINE f64x8 negate_even(f64x8 a) {
+  return {_mm512_xor_pd(a.v, _mm512_broadcast_f64x2(_mm_set_pd(0.0, -0.0)))};
+}
+QSL_INLINE f64x8 negate_odd(f64x8 a) {
+  return {_mm512_xor_pd(a.v, _mm512_broadcast_f64x2(_mm_set_pd(-0.0, 0.0)))};
+}
+// There is no such instruction of this width; a product with 1 is exact.
+QSL_INLINE f64x8 add_sub(f64x8 a, f64x8 b) {
+  return {_mm512_fmaddsub_pd(a.v, _mm512_set1_pd(1.0), b.v)};
+}
 
 QSL_INLINE f64x2 first_pair(f64x8 a) { return {_mm512_castpd512_pd128(a.v)}; }
 
+QSL_INLINE f64x4 lower_half(f64x8 a) { return {_mm512_castpd512_pd256(a.v)}; }
+QSL_INLINE f64x4 upper_half(f64x8 a) { return {_mm512_extractf64x4_pd(a.v, 1)}; }
 // Upper half + lower half.
-QSL_INLINE f64x4 sum_halves(f64x8 a) {
-  return f64x4{_mm512_castpd512_pd256(a.v)} + f64x4{_mm512_extractf64x4_pd(a.v, 1)};
-}
+QSL_INLINE f64x4 sum_halves(f64x8 a) { return lower_half(a) + upper_half(a); }
 QSL_INLINE f64 sum_lanes(f64x8 a) { return sum_lanes(sum_halves(a)); }
 
 }  // namespace qsl::QSL_LEVEL

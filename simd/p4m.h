@@ -1,4 +1,5 @@
-// Vector types of the level p4m: SSSE3. f64x2.
+// Vector types of the level p4m: SSSE3. f64x2, f32x4.
 #pragma once
 
+#include "simd/f32x4.h"
 #include "simd/f64x2.h"
