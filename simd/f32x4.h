@@ -53,6 +53,7 @@ struct f32x4 {
   QSL_INLINE static f32x4 load(const float* p) { return {_mm_loadu_ps(p)}; }
   QSL_INLINE static f32x4 load_aligned(const float* p) { return {_mm_load_ps(p)}; }
   QSL_INLINE static f32x4 broadcast(f32 x) { return {_mm_shuffle_ps(x.v, x.v, 0)}; }
+  QSL_INLINE static f32x4 broadcast_from(const float* p) { return broadcast(f32::load(p)); }
   // The pair at p in every pair of lanes.
   QSL_INLINE static f32x4 broadcast_pair(const float* p) {
     const f32x4 pair = load_pair(p);

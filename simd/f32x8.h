@@ -18,6 +18,7 @@ struct f32x8 {
   QSL_INLINE static f32x8 load(const float* p) { return {_mm256_loadu_ps(p)}; }
   QSL_INLINE static f32x8 load_aligned(const float* p) { return {_mm256_load_ps(p)}; }
   QSL_INLINE static f32x8 broadcast(f32 x) { return {_mm256_set1_ps(x.value())}; }
+  QSL_INLINE static f32x8 broadcast_from(const float* p) { return {_mm256_broadcast_ss(p)}; }
   QSL_INLINE static f32x8 broadcast_pair(const float* p) {
     const f64 pair = f64::load(reinterpret_cast<const double*>(p));
     return {_mm256_castpd_ps(_mm256_set1_pd(pair.value()))};

@@ -81,6 +81,13 @@ struct f64x2 {
     return {_mm_loadh_pd(_mm_setzero_pd(), p)};
   }
   QSL_INLINE static f64x2 broadcast(f64 x) { return {_mm_unpacklo_pd(x.v, x.v)}; }
+  QSL_INLINE static f64x2 broadcast_from(const double* p) {
+#if defined(__SSE3__)
+    return {_mm_loaddup_pd(p)};
+#else
+    return broadcast(f64::load(p));
+#endif
+  }
   // The pair at p in every pair of lanes.
   QSL_INLINE static f64x2 broadcast_pair(const double* p) { return load(p); }
   // (x, 0)
@@ -149,5 +156,9 @@ QSL_INLINE f64x2 first_pair(f64x2 a) { return a; }
 
 // upper lane + lower lane
 QSL_INLINE f64 sum_lanes(f64x2 a) { return {_mm_add_sd(a.v, _mm_unpackhi_pd(a.v, a.v))}; }
+// The same of two registers: (a1 + a0, b1 + b0)
+QSL_INLINE f64x2 sum_lanes(f64x2 a, f64x2 b) {
+  return {_mm_add_pd(_mm_unpacklo_pd(a.v, b.v), _mm_unpackhi_pd(a.v, b.v))};
+}
 
 }  // namespace qsl::QSL_LEVEL

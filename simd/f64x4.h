@@ -18,9 +18,9 @@ struct f64x4 {
   QSL_INLINE static f64x4 load(const double* p) { return {_mm256_loadu_pd(p)}; }
   QSL_INLINE static f64x4 load_aligned(const double* p) { return {_mm256_load_pd(p)}; }
   QSL_INLINE static f64x4 broadcast(f64 x) { return {_mm256_set1_pd(x.value())}; }
+  QSL_INLINE static f64x4 broadcast_from(const double* p) { return {_mm256_broadcast_sd(p)}; }
   QSL_INLINE static f64x4 broadcast_pair(const double* p) {
-    const __m128d pair = _mm_loadu_pd(p);
-    return {_mm256_insertf128_pd(_mm256_castpd128_pd256(pair), pair, 1)};
+    return {_mm256_broadcast_pd(reinterpret_cast<const __m128d*>(p))};
   }
   // (x, 0, 0, 0)
   QSL_INLINE static f64x4 lower(f64 x) {

@@ -27,6 +27,7 @@ struct f64x8 {
   QSL_INLINE static f64x8 load(const double* p) { return {_mm512_loadu_pd(p)}; }
   QSL_INLINE static f64x8 load_aligned(const double* p) { return {_mm512_load_pd(p)}; }
   QSL_INLINE static f64x8 broadcast(f64 x) { return {_mm512_set1_pd(x.value())}; }
+  QSL_INLINE static f64x8 broadcast_from(const double* p) { return broadcast(f64::load(p)); }
   QSL_INLINE static f64x8 broadcast_pair(const double* p) {
     return {_mm512_broadcast_f64x2(_mm_loadu_pd(p))};
   }
