@@ -1,0 +1,43 @@
+// A level's variants, from its registers. The last thing that a level's source file includes, after
+// DoubleVector and SingleVector.
+#pragma once
+
+#include "blas/level2/kernels/drivers.h"
+#include "blas/level2/routines.h"
+
+namespace qsl::QSL_LEVEL {
+
+void dgemv(int trans, int m, int n, const double* alpha, const double* a, int lda, const double* x,
+           int incx, const double* beta, double* y, int incy) {
+  gemv<RealElements<DoubleVector>>(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);
+}
+
+void zgemv(int trans, int m, int n, const complex_double* alpha, const complex_double* a, int lda,
+           const complex_double* x, int incx, const complex_double* beta, complex_double* y,
+           int incy) {
+  gemv<ComplexElements<DoubleVector>>(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);
+}
+
+void cgemv(int trans, int m, int n, const complex_float* alpha, const complex_float* a, int lda,
+           const complex_float* x, int incx, const complex_float* beta, complex_float* y,
+           int incy) {
+  gemv<ComplexElements<SingleVector>>(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);
+}
+
+void dger(int m, int n, const double* alpha, const double* x, int incx, const double* y, int incy,
+          const double* beta, double* a, int lda) {
+  ger<RealElements<DoubleVector>>(m, n, alpha, x, incx, y, incy, beta, a, lda);
+}
+
+void zgeru(int m, int n, const complex_double* alpha, const complex_double* x, int incx,
+           const complex_double* y, int incy, const complex_double* beta, complex_double* a,
+           int lda) {
+  ger<ComplexElements<DoubleVector>>(m, n, alpha, x, incx, y, incy, beta, a, lda);
+}
+
+void cgeru(int m, int n, const complex_float* alpha, const complex_float* x, int incx,
+           const complex_float* y, int incy, const complex_float* beta, complex_float* a, int lda) {
+  ger<ComplexElements<SingleVector>>(m, n, alpha, x, incx, y, incy, beta, a, lda);
+}
+
+}  // namespace qsl::QSL_LEVEL
