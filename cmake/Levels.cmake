@@ -61,6 +61,12 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT QSL_SANITIZE)
 else()
   set(QSL_KERNEL_FLAGS ${QSL_STACK_FLAGS})
 endif()
+# A loop stays a loop, rather than becoming a call of the C library's memset.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  list(APPEND QSL_KERNEL_FLAGS -fno-tree-loop-distribute-patterns)
+else()
+  list(APPEND QSL_KERNEL_FLAGS -fno-builtin)
+endif()
 list(APPEND QSL_KERNEL_FLAGS -march=i686 -mtune=generic -mfpmath=sse -fomit-frame-pointer)
 
 # qsl_add_kernels(<level> <source>...): adds sources to the objects of one level.

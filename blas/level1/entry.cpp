@@ -4,6 +4,7 @@
 // C-style call then leaves its arguments where they are and jumps, to the dispatcher or to the
 // verbose form. (The verbose forms are not local to this file, or the compiler would give them a
 // calling convention of their own, for which every call would load its arguments first.)
+#include "blas/factor.h"
 #include "blas/level1/routines.h"
 #include "include/qsl/blas.h"
 #include "runtime/verbose/wrapper.h"
@@ -18,20 +19,10 @@ inline double ddot_interface(int n, const double* x, int incx, const double* y, 
   return qsl_dispatch_ddot(n, x, incx, y, incy);
 }
 
-// Zero of either sign: all bits but the sign are clear. A comparison of integers does not depend on
-// the caller's floating-point mode, in which a denormal number might count as zero.
-struct [[gnu::may_alias]] DoubleBits {
-  unsigned low, high;
-};
-inline bool is_zero(const double* value) {
-  const auto* bits = reinterpret_cast<const DoubleBits*>(value);
-  return (bits->low | (bits->high << 1)) == 0;
-}
-
 inline void zaxpy_interface(int n, const complex_double* alpha, const complex_double* x, int incx,
                             complex_double* y, int incy) {
   if (n <= 0) return;
-  if (alpha == nullptr || (is_zero(&alpha->real) && is_zero(&alpha->imag))) return;
+  if (alpha == nullptr || is_zero(alpha)) return;
   qsl_dispatch_zaxpy(n, alpha, x, incx, y, incy);
 }
 

@@ -1,14 +1,21 @@
 /**
  * @file blas.h
- * @brief Dense BLAS: vector routines.
+ * @brief Dense BLAS: vector routines and the matrix product.
  *
  * A vector is a base pointer, a count @p n and a stride @p inc, both in elements. With a negative
  * stride the walk starts at base + (1 - n) * inc, the BLAS rule, so that the array's last element
  * in memory is the vector's first. A stride of 0 uses one element again and again. Arrays may have
  * any alignment; 32 or 64 bytes are fastest. Vectors that are written must not overlap the others.
  *
- * Reference: C. L. Lawson, R. J. Hanson, D. R. Kincaid, F. T. Krogh, "Basic Linear Algebra
- * Subprograms for Fortran Usage", ACM Trans. Math. Software 5 (1979) 308-323.
+ * A matrix is a base pointer and a leading dimension: the distance, in elements, between two
+ * columns (column-major, the order of the Fortran-style routine) or two rows (row-major). What lies
+ * between the end of one column or row and the start of the next is neither read nor written.
+ *
+ * References: C. L. Lawson, R. J. Hanson, D. R. Kincaid, F. T. Krogh, "Basic Linear Algebra
+ * Subprograms for Fortran Usage", ACM Trans. Math. Software 5 (1979) 308-323. J. J. Dongarra,
+ * J. Du Croz, I. S. Duff, S. Hammarling, "A Set of Level 3 Basic Linear Algebra Subprograms", ACM
+ * Trans. Math. Software 16 (1990) 1-17. K. Goto, R. A. van de Geijn, "Anatomy of High-Performance
+ * Matrix Multiplication", ACM Trans. Math. Software 34 (2008) 12:1-25.
  */
 #ifndef QSL_BLAS_H
 #define QSL_BLAS_H
@@ -77,6 +84,116 @@ QSL_API void cblas_zaxpy(int n, const void* alpha, const void* x, int incx, void
  * @param incy  Stride of @p y.
  */
 QSL_API void cblas_zcopy(int n, const void* x, int incx, void* y, int incy);
+
+/**
+ * @brief Matrix product C := alpha * op(A) * op(B) + beta * C, Fortran style: every argument by
+ *        pointer, matrices column-major.
+ *
+ * @param transa  Points to 'N' for op(A) = A, or to 'T' or 'C' for its transpose; either case.
+ * @param transb  The same for B.
+ * @param m       Rows of op(A) and of C, at least 0.
+ * @param n       Columns of op(B) and of C, at least 0.
+ * @param k       Columns of op(A) and rows of op(B), at least 0.
+ * @param alpha   Factor of the product. When it equals zero, A and B are not read.
+ * @param a       A, m by k when plain and k by m when transposed; read.
+ * @param lda     Leading dimension of A, at least max(1, its rows).
+ * @param b       B, k by n when plain and n by k when transposed; read.
+ * @param ldb     Leading dimension of B, at least max(1, its rows).
+ * @param beta    Factor of C. When it equals zero, C is written without being read: NaN and
+ *                infinity in it don't survive.
+ * @param c       C, m by n; read and written. It must not overlap A or B.
+ * @param ldc     Leading dimension of C, at least max(1, m).
+ *
+ * With m = 0 or n = 0 nothing happens; with k = 0, C := beta * C. Arrays may have any alignment
+ * that is a multiple of 4. The error of each element is at most (k + 3) * eps * (|alpha| * (|A| *
+ * |B|) + |beta| * |C|) to first order; its bits depend on the processor level and on the sizes, not
+ * on the alignment of the arrays. A bad argument is reported with its position and the name
+ * "DGEMM", and nothing is read or written. A call may take a work buffer from the memory manager
+ * and does without it when there is none. Safe to call from several threads at once.
+ */
+QSL_API void DGEMM(const char* transa, const char* transb, const int* m, const int* n,
+                   const int* k, const double* alpha, const double* a, const int* lda,
+                   const double* b, const int* ldb, const double* beta, double* c, const int* ldc);
+
+/**
+ * @brief Matrix product C := alpha * op(A) * op(B) + beta * C, C style: scalars by value, either
+ *        storage order. Otherwise as DGEMM().
+ *
+ * @param layout  CblasColMajor or CblasRowMajor, for all three matrices.
+ * @param transa  CblasNoTrans, CblasTrans or CblasConjTrans.
+ * @param transb  The same for B.
+ * @param m       Rows of op(A) and of C.
+ * @param n       Columns of op(B) and of C.
+ * @param k       Columns of op(A) and rows of op(B).
+ * @param alpha   Factor of the product.
+ * @param a       A; read.
+ * @param lda     Leading dimension of A: at least max(1, rows of A as stored) in column-major
+ *                order, max(1, columns of A as stored) in row-major order.
+ * @param b       B; read.
+ * @param ldb     Leading dimension of B, likewise.
+ * @param beta    Factor of C.
+ * @param c       C; read and written.
+ * @param ldc     Leading dimension of C, likewise.
+ *
+ * A bad argument is reported with its position, @p layout being 1, and the routine's name; the
+ * layout is looked at after the sizes and before the leading dimensions.
+ *
+ * @code{.c}
+ * // Row-major 2 by 3 times 3 by 2.
+ * double a[6] = {1, 2, 3, 4, 5, 6}, b[6] = {1, 0, 0, 1, 1, 1}, c[4];
+ * cblas_dgemm(CblasRowMajor, CblasNoTrans, CblasNoTrans, 2, 2, 3, 1.0, a, 3, b, 2, 0.0, c, 2);
+ * // c is {4, 5, 10, 11}
+ * @endcode
+ */
+QSL_API void cblas_dgemm(int layout, int transa, int transb, int m, int n, int k, double alpha,
+                         const double* a, int lda, const double* b, int ldb, double beta,
+                         double* c, int ldc);
+
+/**
+ * @brief Complex matrix product in single precision; factors by pointer. Otherwise as
+ *        cblas_dgemm(), where CblasConjTrans takes the conjugate transpose.
+ *
+ * @param layout  CblasColMajor or CblasRowMajor, for all three matrices.
+ * @param transa  CblasNoTrans, CblasTrans or CblasConjTrans.
+ * @param transb  The same for B.
+ * @param m       Rows of op(A) and of C.
+ * @param n       Columns of op(B) and of C.
+ * @param k       Columns of op(A) and rows of op(B).
+ * @param alpha   Points to a complex_float, the factor of the product.
+ * @param a       Matrix of complex_float; read.
+ * @param lda     Leading dimension of A, in elements.
+ * @param b       Matrix of complex_float; read.
+ * @param ldb     Leading dimension of B, in elements.
+ * @param beta    Points to a complex_float, the factor of C.
+ * @param c       Matrix of complex_float; read and written.
+ * @param ldc     Leading dimension of C, in elements.
+ */
+QSL_API void cblas_cgemm(int layout, int transa, int transb, int m, int n, int k,
+                         const void* alpha, const void* a, int lda, const void* b, int ldb,
+                         const void* beta, void* c, int ldc);
+
+/**
+ * @brief Complex matrix product in double precision; factors by pointer. Otherwise as
+ *        cblas_dgemm(), where CblasConjTrans takes the conjugate transpose.
+ *
+ * @param layout  CblasColMajor or CblasRowMajor, for all three matrices.
+ * @param transa  CblasNoTrans, CblasTrans or CblasConjTrans.
+ * @param transb  The same for B.
+ * @param m       Rows of op(A) and of C.
+ * @param n       Columns of op(B) and of C.
+ * @param k       Columns of op(A) and rows of op(B).
+ * @param alpha   Points to a complex_double, the factor of the product.
+ * @param a       Matrix of complex_double; read.
+ * @param lda     Leading dimension of A, in elements.
+ * @param b       Matrix of complex_double; read.
+ * @param ldb     Leading dimension of B, in elements.
+ * @param beta    Points to a complex_double, the factor of C.
+ * @param c       Matrix of complex_double; read and written.
+ * @param ldc     Leading dimension of C, in elements.
+ */
+QSL_API void cblas_zgemm(int layout, int transa, int transb, int m, int n, int k,
+                         const void* alpha, const void* a, int lda, const void* b, int ldb,
+                         const void* beta, void* c, int ldc);
 
 #ifdef __cplusplus
 }

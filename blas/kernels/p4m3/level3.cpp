@@ -1,0 +1,50 @@
+// Matrix products, level p4m3: SSE4.2.
+#include "blas/level3/routines.h"
+
+#include "simd/p4m3.h"
+
+#include "blas/level3/kernels/fixed_depth.h"
+
+namespace qsl::p4m3 {
+
+static constexpr FixedDepth sizes = {2, 4, 4, 126};
+
+// Packed A, mc by kc, takes 315 KiB of the second-level cache; a block of packed B 16 to 24 KiB of
+// the first-level one. There is no broadcasting load of a float: packed B repeats each one.
+struct DgemmShape {
+  using Type = Real;
+  static constexpr const char* name = "DGEMM";
+  static constexpr BlockNumbers blocks = {320, 24, 24};
+
+  static void multiply(const MatrixDescriptor& a, const MatrixDescriptor& b,
+                       const MatrixDescriptor& c, const void* alpha, const void* beta) {
+    fixed_depth_product<DgemmShape, BroadcastTile<f64x2, 4, 4, 1>>(sizes, a, b, c, alpha, beta);
+  }
+};
+
+struct CgemmShape {
+  using Type = SingleComplex;
+  static constexpr const char* name = "CGEMM";
+  static constexpr BlockNumbers blocks = {320, 6, 6};
+
+  static void multiply(const MatrixDescriptor& a, const MatrixDescriptor& b,
+                       const MatrixDescriptor& c, const void* alpha, const void* beta) {
+    fixed_depth_product<CgemmShape, BroadcastTile<f32x4, 4, 4, 4>>(sizes, a, b, c, alpha, beta);
+  }
+};
+
+struct ZgemmShape {
+  using Type = DoubleComplex;
+  static constexpr const char* name = "ZGEMM";
+  static constexpr BlockNumbers blocks = {160, 12, 12};
+
+  static void multiply(const MatrixDescriptor& a, const MatrixDescriptor& b,
+                       const MatrixDescriptor& c, const void* alpha, const void* beta) {
+    fixed_depth_product<ZgemmShape, BroadcastTile<f64x2, 4, 4, 1>>(sizes, a, b, c, alpha, beta);
+  }
+};
+
+}  // namespace qsl::p4m3
+
+#define QSL_GEMM fixed_depth_gemm
+#include "blas/level3/kernels/variants.inl"

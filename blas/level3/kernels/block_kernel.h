@@ -1,0 +1,110 @@
+// One packed strip of A times one packed block of B, added to C: the kernel that the drivers call.
+//
+// Packed A: for each k the strip's scalars stand together, `vectors * lanes` of them, or as many
+// whole vectors as the strip's rows need when it is the last one. Packed B: strips of `columns`
+// columns, each k giving the strip's scalars (`copies` times each); the last strip may be narrower.
+#pragma once
+
+#include "blas/level3/kernels/records.h"
+#include "blas/level3/kernels/write_back.h"
+
+namespace qsl::QSL_LEVEL {
+
+// A block product as the tiles see it: real rows and columns.
+template <class Scalar>
+struct StripProduct {
+  int rows;
+  int columns;
+  int depth;
+  const Scalar* a;
+  const Scalar* b;
+  Scalar* c;
+  int ldc;  // in scalars
+  bool overwrite;
+};
+
+template <class Type, class Tile, bool full, int V, int N>
+QSL_INLINE void multiply_tile(const StripProduct<typename Type::Scalar>& p,
+                              const typename Type::Scalar* b, int b_step, typename Type::Scalar* c,
+                              int last) {
+  Sums<typename Tile::Vector, V, N> sums;
+  Tile::template accumulate<V, N>(p.depth, p.a, b, b_step, sums);
+  write_back<Type, full>(sums, c, p.ldc, last, p.overwrite);
+}
+
+// Fewer columns than a tile has: N of them, or fewer.
+template <class Type, class Tile, bool full, int V, int N>
+QSL_INLINE void multiply_last_columns(const StripProduct<typename Type::Scalar>& p, int columns,
+                                      const typename Type::Scalar* b, int b_step,
+                                      typename Type::Scalar* c, int last) {
+  if constexpr (N > 0) {
+    if (columns == N) {
+      multiply_tile<Type, Tile, full, V, N>(p, b, b_step, c, last);
+    } else {
+      multiply_last_columns<Type, Tile, full, V, N - Type::parts>(p, columns, b, b_step, c, last);
+    }
+  }
+}
+
+template <class Type, class Tile, bool full, int V>
+[[gnu::noinline]] void multiply_strip(const StripProduct<typename Type::Scalar>& p) {
+  using Scalar = typename Type::Scalar;
+  constexpr int tile_columns = Tile::columns;
+  const int last = p.rows - (V - 1) * Tile::Vector::lanes;
+  const Scalar* b = p.b;
+  Scalar* c = p.c;
+  constexpr int full_step = Tile::strip_columns * Tile::copies;
+  int columns = p.columns;
+  if constexpr (V == 1 && requires { Tile::wide_columns; }) {
+    constexpr int strips = Tile::wide_columns / Tile::strip_columns;
+    for (; columns >= Tile::wide_columns; columns -= Tile::wide_columns) {
+      Sums<typename Tile::Vector, V, Tile::wide_columns> sums;
+      Tile::accumulate_wide(p.depth, p.a, b, p.depth * full_step, sums);
+      write_back<Type, full>(sums, c, p.ldc, last, p.overwrite);
+      b += strips * full_step * p.depth;
+      c += Tile::wide_columns / Type::parts * p.ldc;
+    }
+  }
+  for (; columns >= Tile::strip_columns; columns -= Tile::strip_columns) {
+    unroll<Tile::strip_columns / tile_columns>([&](auto part) QSL_INLINE_LAMBDA {
+      multiply_tile<Type, Tile, full, V, tile_columns>(
+          p, b + part.value * tile_columns * Tile::copies, full_step, c, last);
+      c += tile_columns / Type::parts * p.ldc;
+    });
+    b += full_step * p.depth;
+  }
+  // The last strip stores as many columns as there are.
+  const int b_step = columns * Tile::copies;
+  if constexpr (Tile::strip_columns > tile_columns) {
+    if (columns >= tile_columns) {
+      multiply_tile<Type, Tile, full, V, tile_columns>(p, b, b_step, c, last);
+      columns -= tile_columns;
+      b += tile_columns * Tile::copies;
+      c += tile_columns / Type::parts * p.ldc;
+    }
+  }
+  if constexpr (tile_columns > Type::parts) {
+    multiply_last_columns<Type, Tile, full, V, tile_columns - Type::parts>(p, columns, b, b_step, c,
+                                                                           last);
+  }
+}
+
+template <class Type, class Tile, int V>
+QSL_INLINE void multiply_rows(const StripProduct<typename Type::Scalar>& p) {
+  constexpr int lanes = Tile::Vector::lanes;
+  if (p.rows == V * lanes) return multiply_strip<Type, Tile, true, V>(p);
+  if (p.rows > (V - 1) * lanes) return multiply_strip<Type, Tile, false, V>(p);
+  if constexpr (V > 1) multiply_rows<Type, Tile, V - 1>(p);
+}
+
+// OperationRecord::Kernel.
+template <class Type, class Tile>
+void multiply_block(const BlockProduct& p) {
+  using Scalar = typename Type::Scalar;
+  multiply_rows<Type, Tile, Tile::vectors>(
+      {p.rows * Type::parts, p.columns * Type::parts, p.depth, static_cast<const Scalar*>(p.a),
+       static_cast<const Scalar*>(p.b), static_cast<Scalar*>(p.c), p.ldc * Type::parts,
+       p.overwrite});
+}
+
+}  // namespace qsl::QSL_LEVEL

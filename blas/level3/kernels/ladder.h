@@ -1,0 +1,82 @@
+// The matrix product of levels p4 and cnr.
+//
+// k is cut in blocks of 104; the loops of blocked.h run in one of three orders, which a ladder of
+// size tests selects.
+#pragma once
+
+#include "blas/level3/kernels/blocked.h"
+#include "blas/level3/kernels/operation.h"
+
+namespace qsl::QSL_LEVEL {
+
+inline constexpr int ladder_depth = 104;
+
+// The buffer of the usual form, in bytes, and what packed A and packed B take of it: 240 rows of
+// doubles and 8 columns, which stay in the second-level and the first-level cache.
+inline constexpr std::size_t ladder_buffer = 0x37f00;
+inline constexpr int ladder_a_bytes = 240 * ladder_depth * 8;
+inline constexpr int ladder_b_bytes = 8 * ladder_depth * 16;
+// Columns of a panel of the transposed order.
+inline constexpr int ladder_panel = 256;
+
+enum class LadderOrder {
+  simple,        // all columns of B at once: the long form of the buffer
+  left_inside,   // strips of A are packed in the inner loop, against a few strips of B
+  right_inside,  // a strip of B is packed in the inner loop, against all rows of a block of A
+  transposed,    // as left_inside, panel by panel of columns
+};
+
+inline LadderOrder ladder_order(int m, int n, int k) {
+  if (n < 101) {
+    if (m >= 250 || k < 101) return LadderOrder::left_inside;
+    return n < 80 ? LadderOrder::simple : LadderOrder::right_inside;
+  }
+  if (n > 600 && m < n - 100 && m < 601) return LadderOrder::transposed;
+  return LadderOrder::left_inside;
+}
+
+template <class Shape>
+inline void ladder_product(const MatrixDescriptor& a, const MatrixDescriptor& b,
+                           const MatrixDescriptor& c, const void* alpha, const void* beta) {
+  using Type = typename Shape::Type;
+  using Tile = typename Shape::Tile;
+  using Scalar = typename Type::Scalar;
+  static constexpr OperationRecord op = Operation<Type, Tile>::record(Shape::name);
+  constexpr int element = sizeof(typename Type::Element);
+  constexpr int mc = ladder_a_bytes / ladder_depth / element;
+  constexpr int nc = ladder_b_bytes / ladder_depth / element / Tile::copies;
+  const bool beta_is_zero = is_zero(static_cast<const Scalar*>(beta), Type::parts);
+  if (a.cols == 0 || is_zero(static_cast<const Scalar*>(alpha), Type::parts)) {
+    return op.scale(c, beta);
+  }
+  if (c.rows < 4 || a.cols < 8 || c.cols < 8) return op.simple_loops(a, b, c, alpha, beta);
+  const auto multiply = [&](const BlockNumbers& numbers, const MatrixDescriptor& b_part,
+                            const MatrixDescriptor& c_part) {
+    blocked_product(op, numbers, ladder_depth, a, b_part, c_part, alpha, beta, beta_is_zero);
+  };
+  switch (ladder_order(c.rows, c.cols, a.cols)) {
+    case LadderOrder::simple:
+      return multiply({mc, c.cols, c.cols, ladder_buffer}, b, c);
+    case LadderOrder::left_inside:
+      return multiply({mc, nc, nc, ladder_buffer}, b, c);
+    case LadderOrder::right_inside:
+      return multiply({mc, op.tile.nr, op.tile.nr, ladder_buffer}, b, c);
+    case LadderOrder::transposed:
+      break;
+  }
+  for (int j = 0; j < c.cols; j += ladder_panel) {
+    const int columns = least(c.cols - j, ladder_panel);
+    multiply({mc, nc, nc, ladder_buffer}, columns_of(b, j, columns), columns_of(c, j, columns));
+  }
+}
+
+template <class Shape>
+QSL_INLINE void ladder_gemm(int transa, int transb, int m, int n, int k, const void* alpha,
+                            const void* a, int lda, const void* b, int ldb, const void* beta,
+                            void* c, int ldc) {
+  constexpr int size = sizeof(typename Shape::Type::Element);
+  ladder_product<Shape>(describe(a, m, k, lda, transa, size), describe(b, k, n, ldb, transb, size),
+                        describe(c, m, n, ldc, 0, size), alpha, beta);
+}
+
+}  // namespace qsl::QSL_LEVEL

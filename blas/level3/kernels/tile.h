@@ -1,0 +1,111 @@
+// The register tile of the packed matrix product: rows of A times columns of B, summed in registers
+// over one block of k.
+//
+// Everything here counts in scalars: a complex operand of r rows is a real one of 2r rows, and a
+// complex column of B is two real columns, its real and its imaginary parts. The product of a
+// complex A with both is put together when the sums are added to C (write_back.h), so the loop
+// over k is the same for all element types.
+//
+// A tile's contract:
+//   Vector              the registers that hold rows
+//   vectors, columns    the full tile: vectors * lanes rows by `columns` columns
+//   strip_columns       columns of a strip of packed B, one or two tiles
+//   unroll              passes of the loop over k that are written out
+//   copies              how often each value of packed B is repeated
+//   accumulate<V, N>    sums a narrower or full tile of V vectors by N columns:
+//       a               for each k, V * lanes scalars, aligned to the vector's size
+//       b               for each k, N * copies scalars, b_step apart
+// Neither is read past its last element. Sums run in the order of k, so a result's bits do not
+// depend on where the tile lies.
+#pragma once
+
+#include "simd/inline.h"
+
+namespace qsl::QSL_LEVEL {
+
+template <class Vector, int vectors, int columns>
+struct Sums {
+  Vector at[vectors][columns];
+
+  QSL_INLINE void clear() {
+    unroll<vectors * columns>([&](auto i) QSL_INLINE_LAMBDA {
+      at[i.value / columns][i.value % columns] = Vector::zero();
+    });
+  }
+};
+
+// Each value of B is broadcast to a register (from `copies` equal values: loaded) and multiplied
+// with one vector of A.
+//
+// Without fused multiply-add, two products are added to each other before they reach the sum. A
+// chain of additions is then half as long: four sums are not enough to hide the latency of one
+// addition for every k.
+template <class Vector_, int columns_, int unroll_, int copies_, int strip_columns_ = columns_>
+struct BroadcastTile {
+  using Vector = Vector_;
+  using Scalar = typename Vector::Element;
+  static constexpr int vectors = 1;
+  static constexpr int columns = columns_;
+  static constexpr int strip_columns = strip_columns_;
+  static constexpr int unroll = unroll_;
+  static constexpr int copies = copies_;
+
+  QSL_INLINE static Vector value(const Scalar* b) {
+    if constexpr (copies == 1) {
+      return Vector::broadcast_from(b);
+    } else {
+      return Vector::load_aligned(b);
+    }
+  }
+
+  template <int N>
+  QSL_INLINE static void step(const Scalar* a, const Scalar* b, Sums<Vector, 1, N>& sums) {
+    const Vector rows = Vector::load_aligned(a);
+    qsl::QSL_LEVEL::unroll<N>([&](auto j) QSL_INLINE_LAMBDA {
+      Vector& sum = sums.at[0][j.value];
+      sum = mul_add(rows, value(b + j.value * copies), sum);
+    });
+  }
+
+  template <int N>
+  QSL_INLINE static void two_steps(const Scalar* a, const Scalar* b, int b_step,
+                                   Sums<Vector, 1, N>& sums) {
+    const Vector first = Vector::load_aligned(a);
+    const Vector second = Vector::load_aligned(a + Vector::lanes);
+    qsl::QSL_LEVEL::unroll<N>([&](auto j) QSL_INLINE_LAMBDA {
+      Vector& sum = sums.at[0][j.value];
+      sum = sum +
+            (first * value(b + j.value * copies) + second * value(b + b_step + j.value * copies));
+    });
+  }
+
+  template <int V, int N>
+  QSL_INLINE static void accumulate(int depth, const Scalar* a, const Scalar* b, int b_step,
+                                    Sums<Vector, V, N>& sums) {
+    static_assert(V == 1 && unroll % 2 == 0);
+    sums.clear();
+    constexpr int a_step = Vector::lanes;
+    for (; depth >= unroll; depth -= unroll) {
+      keep(depth);
+      if constexpr (has_fma) {
+        qsl::QSL_LEVEL::unroll<unroll>([&](auto p) QSL_INLINE_LAMBDA {
+          step<N>(a + p.value * a_step, b + p.value * b_step, sums);
+        });
+      } else {
+        qsl::QSL_LEVEL::unroll<unroll / 2>([&](auto p) QSL_INLINE_LAMBDA {
+          two_steps<N>(a + 2 * p.value * a_step, b + 2 * p.value * b_step, b_step, sums);
+        });
+      }
+      a += unroll * a_step;
+      b += unroll * b_step;
+    }
+    for (; depth > 0; depth--) {
+      keep(depth);
+      step<N>(a, b, sums);
+      a += a_step;
+      b += b_step;
+    }
+  }
+};
+
+}  // namespace qsl::QSL_LEVEL
