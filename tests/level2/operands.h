@@ -189,6 +189,19 @@ class Operand {
   Elements<Number> elements_;
 };
 
+// Numbers of rows or columns around those at which the kernels begin a new block: factors of
+// columns, a vector's buffer on the stack, rows that stay in the cache.
+template <class Number>
+std::vector<int> sizes_around_blocks() {
+  std::vector<int> result;
+  for (const std::size_t block :
+       {std::size_t{128}, 3584 / sizeof(Number), 16384 / sizeof(Number)}) {
+    if (block > 500 && level1_test::emulated()) continue;
+    for (int off = -1; off <= 1; off++) result.push_back(static_cast<int>(block) + off);
+  }
+  return result;
+}
+
 // The factors that take ways of their own, and a general one.
 template <class Number>
 std::vector<Number> factors() {
