@@ -67,6 +67,8 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
 else()
   list(APPEND QSL_KERNEL_FLAGS -fno-builtin)
 endif()
+# Hot loops start on a fetch block: a matrix product ran at 0.7 of its speed when its loop did not.
+list(APPEND QSL_KERNEL_FLAGS -falign-loops=32)
 list(APPEND QSL_KERNEL_FLAGS -march=i686 -mtune=generic -mfpmath=sse -fomit-frame-pointer)
 
 # qsl_add_kernels(<level> <source>...): adds sources to the objects of one level.

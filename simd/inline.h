@@ -18,6 +18,14 @@ namespace qsl::QSL_LEVEL {
 // and work out the count after the loop, in registers that 32-bit code does not have.
 QSL_INLINE void keep(int& counter) { asm("" : "+r"(counter)); }
 
+// Has a vector in a register at this point of the order of such points. Where loads are what a loop
+// has too many of, the compiler would otherwise load a vector again for every use, as the memory
+// operand of an instruction; or load the vectors of the next pass early and spill sums for them.
+template <class Vector>
+QSL_INLINE void keep_vector(Vector& x) {
+  asm volatile("" : "+x"(x.v));
+}
+
 // An integer known at compile time, as an argument.
 template <int i>
 struct Index {

@@ -81,7 +81,8 @@ struct PairTile {
     sums.clear();
     for (; depth > 0; depth--) {
       keep(depth);
-      const Vector rows = Vector::load_aligned(a);
+      Vector rows = Vector::load_aligned(a);
+      keep_vector(rows);
       qsl::QSL_LEVEL::unroll<wide_columns>([&](auto j) QSL_INLINE_LAMBDA {
         Vector& sum = sums.at[0][j.value];
         sum = mul_add(rows, Vector::broadcast_from(b + j.value / 2 * strip + j.value % 2), sum);

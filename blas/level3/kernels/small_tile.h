@@ -63,7 +63,8 @@ QSL_INLINE void small_step(const typename Type::Scalar* a, const typename Type::
   };
   // The first register of rows is loaded once, the others are operands of every multiply-add: with
   // six sums and a value of B, that is all eight registers.
-  const Vector first = V == 1 ? load_rows<Vector>(a, rows) : Vector::load(a);
+  Vector first = V == 1 ? load_rows<Vector>(a, rows) : Vector::load(a);
+  keep_vector(first);
   unroll<N>([&](auto j) QSL_INLINE_LAMBDA {
     const Vector value = value_at(j);
     sums.at[0][j.value] = mul_add(first, value, sums.at[0][j.value]);

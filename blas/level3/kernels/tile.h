@@ -32,6 +32,11 @@ struct Sums {
       at[i.value / columns][i.value % columns] = Vector::zero();
     });
   }
+
+  QSL_INLINE void keep() {
+    qsl::QSL_LEVEL::unroll<vectors * columns>(
+        [&](auto i) QSL_INLINE_LAMBDA { keep_vector(at[i.value / columns][i.value % columns]); });
+  }
 };
 
 // Each value of B is broadcast to a register (from `copies` equal values: loaded) and multiplied
@@ -60,7 +65,8 @@ struct BroadcastTile {
 
   template <int N>
   QSL_INLINE static void step(const Scalar* a, const Scalar* b, Sums<Vector, 1, N>& sums) {
-    const Vector rows = Vector::load_aligned(a);
+    Vector rows = Vector::load_aligned(a);
+    keep_vector(rows);
     qsl::QSL_LEVEL::unroll<N>([&](auto j) QSL_INLINE_LAMBDA {
       Vector& sum = sums.at[0][j.value];
       sum = mul_add(rows, value(b + j.value * copies), sum);
@@ -70,13 +76,16 @@ struct BroadcastTile {
   template <int N>
   QSL_INLINE static void two_steps(const Scalar* a, const Scalar* b, int b_step,
                                    Sums<Vector, 1, N>& sums) {
-    const Vector first = Vector::load_aligned(a);
-    const Vector second = Vector::load_aligned(a + Vector::lanes);
+    Vector first = Vector::load_aligned(a);
+    Vector second = Vector::load_aligned(a + Vector::lanes);
+    keep_vector(first);
+    keep_vector(second);
     qsl::QSL_LEVEL::unroll<N>([&](auto j) QSL_INLINE_LAMBDA {
       Vector& sum = sums.at[0][j.value];
       sum = sum +
             (first * value(b + j.value * copies) + second * value(b + b_step + j.value * copies));
     });
+    sums.keep();
   }
 
   template <int V, int N>
