@@ -21,8 +21,7 @@ struct f32x16 {
   QSL_INLINE static f32x16 broadcast(f32 x) { return {_mm512_set1_ps(x.value())}; }
   QSL_INLINE static f32x16 broadcast_from(const float* p) { return broadcast(f32::load(p)); }
   QSL_INLINE static f32x16 broadcast_pair(const float* p) {
-    const f64 pair = f64::load(reinterpret_cast<const double*>(p));
-    return {_mm512_castpd_ps(_mm512_set1_pd(pair.value()))};
+    return {_mm512_castpd_ps(_mm512_set1_pd(load_8_bytes(p).value()))};
   }
 
   QSL_INLINE void store(float* p) const { _mm512_storeu_ps(p, v); }

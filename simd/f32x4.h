@@ -14,6 +14,14 @@ struct [[gnu::packed, gnu::may_alias]] FloatAnywhere {
   float value;
 };
 
+// Two floats at any address, moved together as the eight bytes of a double.
+QSL_INLINE f64 load_8_bytes(const float* p) {
+  return {_mm_set_sd(reinterpret_cast<const DoubleAnywhere*>(p)->value)};
+}
+QSL_INLINE void store_8_bytes(float* p, f64 x) {
+  reinterpret_cast<DoubleAnywhere*>(p)->value = x.value();
+}
+
 // One float, in lane 0 of a register.
 struct f32 {
   using Element = float;
@@ -59,17 +67,13 @@ struct f32x4 {
     const f32x4 pair = load_pair(p);
     return {_mm_movelh_ps(pair.v, pair.v)};
   }
-  // (p[0], p[1], 0, 0), by one load of 8 bytes.
-  QSL_INLINE static f32x4 load_pair(const float* p) {
-    return {_mm_castpd_ps(f64::load(reinterpret_cast<const double*>(p)).v)};
-  }
+  // (p[0], p[1], 0, 0)
+  QSL_INLINE static f32x4 load_pair(const float* p) { return {_mm_castpd_ps(load_8_bytes(p).v)}; }
 
   QSL_INLINE void store(float* p) const { _mm_storeu_ps(p, v); }
   QSL_INLINE void store_aligned(float* p) const { _mm_store_ps(p, v); }
-  // The first pair, by one store of 8 bytes.
-  QSL_INLINE void store_pair(float* p) const {
-    f64{_mm_castps_pd(v)}.store(reinterpret_cast<double*>(p));
-  }
+  // The first pair.
+  QSL_INLINE void store_pair(float* p) const { store_8_bytes(p, f64{_mm_castps_pd(v)}); }
 
   // The first k lanes, 1 <= k <= lanes; the others are neither read (they hold 0) nor written.
 #if defined(__AVX__)

@@ -20,8 +20,7 @@ struct f32x8 {
   QSL_INLINE static f32x8 broadcast(f32 x) { return {_mm256_set1_ps(x.value())}; }
   QSL_INLINE static f32x8 broadcast_from(const float* p) { return {_mm256_broadcast_ss(p)}; }
   QSL_INLINE static f32x8 broadcast_pair(const float* p) {
-    const f64 pair = f64::load(reinterpret_cast<const double*>(p));
-    return {_mm256_castpd_ps(_mm256_set1_pd(pair.value()))};
+    return {_mm256_castpd_ps(_mm256_set1_pd(load_8_bytes(p).value()))};
   }
 
   QSL_INLINE void store(float* p) const { _mm256_storeu_ps(p, v); }

@@ -53,6 +53,7 @@ struct f64x4 {
 QSL_INLINE f64x4 operator+(f64x4 a, f64x4 b) { return {_mm256_add_pd(a.v, b.v)}; }
 QSL_INLINE f64x4 operator-(f64x4 a, f64x4 b) { return {_mm256_sub_pd(a.v, b.v)}; }
 QSL_INLINE f64x4 operator*(f64x4 a, f64x4 b) { return {_mm256_mul_pd(a.v, b.v)}; }
+QSL_INLINE f64x4 operator/(f64x4 a, f64x4 b) { return {_mm256_div_pd(a.v, b.v)}; }
 
 QSL_INLINE f64x4 mul_add(f64x4 a, f64x4 b, f64x4 c) {
 #if defined(__FMA__)

@@ -10,6 +10,9 @@
 
 namespace qsl::QSL_LEVEL {
 
+template <class Type>
+inline constexpr typename Type::Scalar one[2] = {1, 0};
+
 // One complex number in single precision: the lower half of a register.
 struct ComplexInLow {
   using Element = float;
@@ -71,6 +74,13 @@ struct ComplexFactor {
   }
   QSL_INLINE ComplexInLow apply(ComplexInLow x) const { return {apply(x.v)}; }
 };
+
+// x times a complex number in memory, for every pair of lanes.
+template <class Vector>
+QSL_INLINE Vector times(Vector x, const typename Vector::Element* factor) {
+  const Vector pair = Vector::broadcast_pair(factor);
+  return add_sub(x * dup_even(pair), swap_pairs(x) * dup_odd(pair));
+}
 
 template <class Scalar>
 QSL_INLINE bool is_one(const Scalar* factor, int parts) {

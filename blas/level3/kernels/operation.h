@@ -8,9 +8,6 @@
 
 namespace qsl::QSL_LEVEL {
 
-template <class Type>
-inline constexpr typename Type::Scalar one[2] = {1, 0};
-
 template <class Type, class Tile>
 struct Operation {
   static constexpr int lanes = Tile::Vector::lanes;

@@ -90,13 +90,6 @@ QSL_INLINE void small_sums(const SmallBlock<Type>& block, const typename Type::S
   }
 }
 
-// x times a complex number in memory, for every pair of lanes.
-template <class Vector>
-QSL_INLINE Vector times(Vector x, const typename Vector::Element* factor) {
-  const Vector pair = Vector::broadcast_pair(factor);
-  return add_sub(x * dup_even(pair), swap_pairs(x) * dup_odd(pair));
-}
-
 // alpha * sum, the sum being column j of a tile's vector v.
 template <class Type, class Vector, int V, int N>
 QSL_INLINE Vector small_result(const SmallProduct<Type>& p, const Sums<Vector, V, N>& sums, int v,
