@@ -2,8 +2,8 @@
 //
 // Matrices are column-major; a stride may be negative (the walk starts at base + (1 - n) * inc) or
 // zero. `trans` is 0 for A, 1 for its transpose, 2 for its conjugate transpose. Factors are passed
-// by address: a double on the stack may pass through the x87 unit. With alpha = 0 neither the matrix
-// product's matrix nor its vector is read; with beta = 0 the result is stored whatever stood there.
+// by address: a double on the stack may pass through the x87 unit. With alpha = 0 none of the
+// product's operands is read; with beta = 0 the result is stored, whatever stood there.
 #pragma once
 
 #include "include/qsl/types.h"

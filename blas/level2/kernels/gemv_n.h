@@ -79,12 +79,14 @@ template <class Elements, int vectors, bool rest>
       sums[turn.value][v.value] = Sum::from(turn.value == 0 ? load(y, v) : Vector::zero());
     });
   });
+  const Scalar* factor = factors;
+  const Scalar* column = a;
   const auto add = [&](auto turn) QSL_INLINE_LAMBDA {
-    const auto by = Elements::multiplier(factors);
+    const auto by = Elements::multiplier(factor);
     unroll<vectors>([&](auto v)
-                        QSL_INLINE_LAMBDA { sums[turn.value][v.value].add(load(a, v), by); });
-    factors += Elements::unit;
-    a = at<Elements>(a, 1, lda);
+                        QSL_INLINE_LAMBDA { sums[turn.value][v.value].add(load(column, v), by); });
+    factor += Elements::unit;
+    column = at<Elements>(column, 1, lda);
   };
   repeat<turns>(columns, add);
   if constexpr (turns > 1) {

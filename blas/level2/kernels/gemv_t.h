@@ -113,6 +113,7 @@ template <class Elements>
                               int incy) {
   using Scalar = typename Elements::Scalar;
   const Scalar one[2] = {1, 0};
+  const Scalar* kept = beta;  // of y, until it holds the first block's sums
   alignas(64) Scalar buffer[buffer_elements<Elements> * Elements::unit];
   WalkFrom<Elements> x(x_base, m, incx);
   const bool contiguous = incx == 1;
@@ -125,8 +126,8 @@ template <class Elements>
                 part = buffer;
               }
               gemv_t_rows<Elements>(rows, n, alpha, at<Elements>(a, row), lda, part, conjugate,
-                                    beta, y, incy);
-              beta = one;
+                                    kept, y, incy);
+              kept = one;
             });
 }
 
