@@ -20,6 +20,20 @@ inline constexpr int small_block_columns = 60;
 // From so many columns on, a strip of A is packed even if it could be read in place.
 inline constexpr int columns_that_pay_packing = 24;
 
+// A strip of fewer rows than a register holds: `rows` of them, or one less, and so on.
+template <class Type, int rows>
+QSL_INLINE void pack_few(int valid, bool a_plain, const typename Type::Scalar* a, int ld, int depth,
+                         typename Type::Scalar* strip) {
+  if constexpr (rows > 0) {
+    if (valid < rows) return pack_few<Type, rows - 1>(valid, a_plain, a, ld, depth, strip);
+    if (a_plain) {
+      pack_strip<Type, rows, false>(a, ld, depth, Unchanged{}, strip);
+    } else {
+      pack_strip<Type, rows, true>(a, ld, depth, Unchanged{}, strip);
+    }
+  }
+}
+
 // A strip of `width` rows or, the last one, of fewer: in place, or packed to `strip`.
 template <class Type>
 struct SmallStrip {
@@ -34,7 +48,7 @@ QSL_INLINE SmallStrip<Type> take_strip(const SmallProduct<Type>& p, int row, int
   if (!packed) return {a, p.a_k};
   const int ld = p.a_plain ? p.a_k : p.a_row;
   if (rows < width) {
-    pack_narrow<Type>(a, p.a_row, p.a_k, rows, rows, depth, Unchanged{}, strip);
+    pack_few<Type, width - 1>(rows, p.a_plain, a, ld, depth, strip);
   } else if (p.a_plain) {
     pack_strip<Type, width, false>(a, ld, depth, Unchanged{}, strip);
   } else {
