@@ -63,12 +63,14 @@ else()
 endif()
 # A loop stays a loop, rather than becoming a call of the C library's memset.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  list(APPEND QSL_KERNEL_FLAGS -fno-tree-loop-distribute-patterns)
+  list(APPEND QSL_KERNEL_FLAGS -fno-tree-loop-distribute-patterns -fno-gnu-unique)
 else()
   list(APPEND QSL_KERNEL_FLAGS -fno-builtin)
 endif()
 # Hot loops start on a fetch block: a matrix product ran at 0.7 of its speed when its loop did not.
 list(APPEND QSL_KERNEL_FLAGS -falign-loops=32)
+# A jump table's labels would be symbols of the library, between its functions.
+list(APPEND QSL_KERNEL_FLAGS -fno-jump-tables)
 list(APPEND QSL_KERNEL_FLAGS -march=i686 -mtune=generic -mfpmath=sse -fomit-frame-pointer)
 
 # qsl_add_kernels(<level> <source>...): adds sources to the objects of one level.

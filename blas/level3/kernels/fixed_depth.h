@@ -23,7 +23,7 @@ QSL_INLINE void fixed_depth_product(const FixedDepth& sizes, const MatrixDescrip
                                     const void* alpha, const void* beta) {
   using Type = typename Shape::Type;
   using Scalar = typename Type::Scalar;
-  static constexpr OperationRecord op = Operation<Type, Tile>::record(Shape::name);
+  constexpr const OperationRecord& op = operation_record<Shape, Tile>;
   if (a.cols == 0 || is_zero(static_cast<const Scalar*>(alpha), Type::parts)) {
     return op.scale(c, beta);
   }

@@ -41,7 +41,7 @@ inline void ladder_product(const MatrixDescriptor& a, const MatrixDescriptor& b,
   using Type = typename Shape::Type;
   using Tile = typename Shape::Tile;
   using Scalar = typename Type::Scalar;
-  static constexpr OperationRecord op = Operation<Type, Tile>::record(Shape::name);
+  constexpr const OperationRecord& op = operation_record<Shape, Tile>;
   constexpr int element = sizeof(typename Type::Element);
   constexpr int mc = ladder_a_bytes / ladder_depth / element;
   constexpr int nc = ladder_b_bytes / ladder_depth / element / Tile::copies;

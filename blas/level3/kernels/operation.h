@@ -39,4 +39,8 @@ struct Operation {
   }
 };
 
+template <class Shape, class Tile>
+inline constexpr OperationRecord operation_record =
+    Operation<typename Shape::Type, Tile>::record(Shape::name);
+
 }  // namespace qsl::QSL_LEVEL

@@ -39,7 +39,7 @@ template <class Shape>
                                     const void* a, int lda, const void* b, int ldb,
                                     const void* beta, void* c, int ldc) {
   using Type = typename Shape::Type;
-  static constexpr OperationRecord op = Operation<Type, typename Shape::Tile>::record(Shape::name);
+  constexpr const OperationRecord& op = operation_record<Shape, typename Shape::Tile>;
   constexpr int size = sizeof(typename Type::Element);
   const MatrixDescriptor a_matrix = describe(a, m, k, lda, transa, size);
   const MatrixDescriptor b_matrix = describe(b, k, n, ldb, transb, size);
