@@ -21,6 +21,10 @@ echo "  $(banner)"
 show "$bin/least_squares_line" "$data"
 show "$bin/ocean_cycles" "$data"
 echo
+# Its last call is the matrix product.
+"$bin/employment" "$data"
+echo "  $(QSL_VERBOSE=1 "$bin/employment" "$data" | grep '^QSL_VERBOSE DGEMM')"
+echo
 echo "The level is chosen by the processor, and the same program runs at every lower one:"
 types="2"
 for row in ssse3:4 sse4_2:5 avx:6 avx2:7; do
