@@ -41,7 +41,7 @@ struct Value {
 };
 
 template <class Number>
-Number number(Value value) {
+Number number_of(Value value) {
   if constexpr (is_real<Number>) {
     return value.re;
   } else {

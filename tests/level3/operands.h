@@ -135,7 +135,7 @@ class Stored {
     return result;
   }
   void set(int i, int j, Value value) {
-    const Number element = number<Number>(value);
+    const Number element = number_of<Number>(value);
     std::memcpy(element_at(i, j), &element, sizeof element);
   }
   Value get(int i, int j) const {

@@ -109,7 +109,7 @@ struct Operands {
   }
   template <class Run>
   void run(const Run& product, const Shape& shape, const Call& call) {
-    const Number alpha = number<Number>(call.alpha), beta = number<Number>(call.beta);
+    const Number alpha = number_of<Number>(call.alpha), beta = number_of<Number>(call.beta);
     product(call, shape, &alpha, a.data(), a.ld(), b.data(), b.ld(), &beta, c.data(), c.ld());
   }
 };
