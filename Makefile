@@ -4,7 +4,8 @@ JOBS ?= $(shell nproc)
 PREFIX ?= /usr/local
 LIBRARY_ONLY = -DQSL_BUILD_TESTS=OFF
 
-.PHONY: all tour check check-emulated bench docs install package format lint clean $(PRESETS)
+.PHONY: all tour check check-emulated bench bench-publish docs install package format lint clean
+.PHONY: $(PRESETS)
 .NOTPARALLEL:
 
 all: release
@@ -38,6 +39,10 @@ bench: setup-build setup-bench
 	@cmake --preset bench
 	@cmake --build --preset bench -j $(JOBS)
 	@python3 benchmarks/report.py --build build/bench
+
+# The same, then its tables and plots into docs/performance.md.
+bench-publish: bench
+	@python3 benchmarks/report.py --build build/bench --again --publish docs >/dev/null
 
 docs: setup-docs
 	@tools/docs.sh

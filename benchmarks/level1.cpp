@@ -3,14 +3,13 @@
 // Benchmarks are named ROUTINE/LIBRARY/n. The library's processor type is fixed for a process:
 // set QSL_DEBUG_CPU_TYPE and select LIBRARY qsl; report.py does so for every type.
 #include <benchmark/benchmark.h>
-#include <dlfcn.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "benchmarks/level1_functions.h"
+#include "benchmarks/openblas.h"
 #include "qsl/qsl.h"
 
 namespace qsl_bench {
@@ -69,17 +68,12 @@ void copy_by_memcpy(int n, const void* x, int, void* y, int) {
   std::memcpy(y, x, static_cast<std::size_t>(n) * 16);
 }
 
-// OpenBLAS exports the same names, so it is loaded and not linked.
 Level1Functions openblas_level1() {
-  void* library = dlopen("libopenblas.so.0", RTLD_NOW | RTLD_LOCAL);
-  if (library == nullptr) {
-    std::fprintf(stderr, "OpenBLAS is left out: %s\n", dlerror());
-    return {};
-  }
+  void* library = open_openblas();
   Level1Functions functions = {};
-  functions.ddot = reinterpret_cast<decltype(functions.ddot)>(dlsym(library, "cblas_ddot"));
-  functions.zaxpy = reinterpret_cast<decltype(functions.zaxpy)>(dlsym(library, "cblas_zaxpy"));
-  functions.zcopy = reinterpret_cast<decltype(functions.zcopy)>(dlsym(library, "cblas_zcopy"));
+  find(library, "cblas_ddot", functions.ddot);
+  find(library, "cblas_zaxpy", functions.zaxpy);
+  find(library, "cblas_zcopy", functions.zcopy);
   return functions;
 }
 

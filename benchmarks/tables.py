@@ -1,0 +1,113 @@
+"""Tables in Markdown, named as in docs/performance.md."""
+
+import re
+import statistics
+
+from runs import LEVELS
+
+PEERS = ["openblas", "eigen"]
+NAMES = {"openblas": "OpenBLAS", "eigen": "Eigen"}
+SMALL = range(4, 65)  # the sizes of the geometric mean
+
+
+def cell(value):
+    if value is None:
+        return "-"
+    if isinstance(value, float):
+        return f"{value:.2f}" if value < 100 else f"{value:.0f}"
+    return str(value)
+
+
+def markdown(header, rows):
+    """Rows without any figure are left out; a table without rows is empty."""
+    rows = [row for row in rows if any(isinstance(value, float) for value in row)]
+    if not rows:
+        return ""
+    lines = [header, ["---"] * len(header)] + rows
+    return "\n".join("| " + " | ".join(cell(value) for value in line) + " |"
+                     for line in lines).replace("| --- ", "|---").replace("--- |", "---|")
+
+
+def vectors(results):
+    columns = [("ddot", "openblas"), ("ddot", "eigen"), ("zaxpy", "openblas"), ("zaxpy", "eigen"),
+               ("zcopy", "openblas"), ("zcopy", "memcpy")]
+    header = ["n"] + [f"{routine} / {NAMES.get(peer, peer)}" for routine, peer in columns]
+    rows = [[n] + [results.ratio(routine, n, results.highest(routine), peer)
+                   for routine, peer in columns] for n in results.shapes("ddot")]
+    return markdown(header, rows)
+
+
+def lower_types(results, routines):
+    """All types below the highest, relative to OpenBLAS."""
+    columns = [(routine, kind) for routine in routines for kind in results.types(routine)[:-1]]
+    header, last = ["n"], None
+    for routine, kind in columns:
+        level = LEVELS[int(kind.split()[1])]
+        header.append(level if routine == last else f"{routine} {level}")
+        last = routine
+    rows = [[n] + [results.ratio(routine, n, kind, "openblas") for routine, kind in columns]
+            for n in results.shapes(routines[0])]
+    return markdown(header, rows)
+
+
+def memory(results):
+    rows = [[size, results.ratio("allocate", size, "QSL_malloc", "malloc"),
+             results.ratio("allocate", size, "qsl_mm_allocate", "malloc")]
+            for size in results.shapes("allocate")]
+    return markdown(["bytes", "`QSL_malloc`", "cached work buffer"], rows)
+
+
+def product(results, routine):
+    """Square matrices: GFLOP/s, share of the bound, ratios."""
+    ours = results.highest(routine)
+    rows = [[n, results.rate(routine, n, ours), results.ratio(routine, n, ours, "bound")] +
+            [results.ratio(routine, n, ours, peer) for peer in PEERS] +
+            [results.better(routine, n, ours, PEERS)] for n in results.shapes(routine)]
+    small = [row for row in rows if row[0] in SMALL]
+    if len(small) > 2:
+        means = [statistics.geometric_mean(column) if None not in column else None
+                 for column in zip(*(row[3:] for row in small))]
+        rows.append([f"geometric mean, {small[0][0]} to {small[-1][0]}", None, None] + means)
+    return markdown(["n", "GFLOP/s", "share of the bound"] +
+                    [f"/ {NAMES[peer]}" for peer in PEERS] + ["/ the better peer"], rows)
+
+
+def skinny(results):
+    routine = "dgemm-skinny"
+    ours = results.highest(routine)
+    rows = [shape.split("x") + [results.rate(routine, shape, ours)] +
+            [results.ratio(routine, shape, ours, peer) for peer in PEERS]
+            for shape in results.shapes(routine)]
+    return markdown(["m", "n", "k", "GFLOP/s"] + [f"/ {NAMES[peer]}" for peer in PEERS], rows)
+
+
+def pairs(results):
+    """Transposed operands, relative to none of them transposed and to the peers."""
+    rows = []
+    for routine in results.nanoseconds:
+        match = re.fullmatch(r"([dzc]gemm)-([NTC])([NTC])", routine)
+        for n in results.shapes(routine) if match else []:
+            ours = results.highest(routine)
+            rows.append([match.group(1), n, f"{match.group(2)}, {match.group(3)}",
+                         results.ratio(routine, n, ours, ours, match.group(1) + "-NN")] +
+                        [results.ratio(routine, n, ours, peer) for peer in PEERS])
+    rows.sort(key=lambda row: ("dzc".index(row[0][0]), row[1]))
+    return markdown(["routine", "n", "A, B", "/ N, N"] + [f"/ {NAMES[peer]}" for peer in PEERS],
+                    rows)
+
+
+def tables(results):
+    """{name: Markdown} of those that have rows."""
+    made = {
+        "vectors": vectors(results),
+        "vectors, lower levels": lower_types(results, ["ddot", "zaxpy"]),
+        "memory": memory(results),
+        "dgemm": product(results, "dgemm"),
+        "dgemm, lower levels": lower_types(results, ["dgemm"]),
+        "dgemm, skinny": skinny(results),
+        "transposed": pairs(results),
+        "zgemm": product(results, "zgemm"),
+        "cgemm": product(results, "cgemm"),
+        "complex, lower levels": lower_types(results, ["zgemm", "cgemm"]),
+    }
+    return {name: text for name, text in made.items() if text}
