@@ -225,6 +225,104 @@ void complex_copies() {
   }
 }
 
+// Small integers at an address that is a multiple of four and no more.
+template <class Part>
+class Matrix {
+ public:
+  Matrix(int parts, int first) : bytes_(static_cast<std::size_t>(parts) * sizeof(Part) + 128) {
+    const auto address = reinterpret_cast<std::uintptr_t>(bytes_.data());
+    start_ = bytes_.data() + (64 - address % 64) + 4;
+    for (int i = 0; i < parts; ++i) {
+      const Part value = static_cast<Part>((i + first) % 7 - 3);
+      std::memcpy(start_ + static_cast<std::size_t>(i) * sizeof value, &value, sizeof value);
+    }
+  }
+  double get(int i) const {
+    Part value;
+    std::memcpy(&value, start_ + static_cast<std::size_t>(i) * sizeof value, sizeof value);
+    return static_cast<double>(value);
+  }
+  const void* data() const { return start_; }
+
+ private:
+  std::vector<unsigned char> bytes_;
+  unsigned char* start_;
+};
+
+struct Product {
+  int layout, m, n, k;
+};
+// Shortcuts, tiles and blocks.
+const Product kProducts[] = {{CblasColMajor, 1, 5, 4},   {CblasRowMajor, 6, 1, 3},
+                             {CblasColMajor, 70, 3, 1},  {CblasRowMajor, 9, 7, 5},
+                             {CblasColMajor, 13, 11, 9}, {CblasColMajor, 101, 3, 12},
+                             {CblasRowMajor, 30, 76, 76}};
+
+// C := 2 * A * B - C, for complex elements C := (2 + 3i) * A * B - C.
+template <class Part>
+void expect_product(const char* name, const Product& p, int parts, const Matrix<Part>& a,
+                    const Matrix<Part>& b, const Matrix<Part>& before, const Matrix<Part>& c) {
+  for (int i = 0; i < p.m; ++i) {
+    for (int j = 0; j < p.n; ++j) {
+      const bool by_rows = p.layout == CblasRowMajor;
+      double re = 0, im = 0;
+      for (int l = 0; l < p.k; ++l) {
+        const int a_at = parts * (by_rows ? i * p.k + l : i + l * p.m);
+        const int b_at = parts * (by_rows ? l * p.n + j : l + j * p.k);
+        const double a_im = parts == 2 ? a.get(a_at + 1) : 0,
+                     b_im = parts == 2 ? b.get(b_at + 1) : 0;
+        re += a.get(a_at) * b.get(b_at) - a_im * b_im;
+        im += a.get(a_at) * b_im + a_im * b.get(b_at);
+      }
+      const int at = parts * (by_rows ? i * p.n + j : i + j * p.m);
+      const double alpha_im = parts == 2 ? 3 : 0;
+      ASSERT_EQ(c.get(at), 2 * re - alpha_im * im - before.get(at))
+          << name << ' ' << p.m << ' ' << p.n << ' ' << p.k << ": " << i << ", " << j;
+      if (parts == 2) {
+        ASSERT_EQ(c.get(at + 1), 2 * im + alpha_im * re - before.get(at + 1))
+            << name << ' ' << p.m << ' ' << p.n << ' ' << p.k << ": " << i << ", " << j;
+      }
+    }
+  }
+}
+
+template <class Part>
+void complex_products(const char* name, const void* function) {
+  const Matrix<Part> alpha(2, 5), beta(2, 2);  // 2 + 3i, -1 + 0i
+  for (const Product& p : kProducts) {
+    const Matrix<Part> a(2 * p.m * p.k, 1), b(2 * p.k * p.n, 2);
+    const Matrix<Part> c(2 * p.m * p.n, 3), before(2 * p.m * p.n, 3);
+    const bool by_rows = p.layout == CblasRowMajor;
+    call(name, function,
+         {word(p.layout), word(CblasNoTrans), word(CblasNoTrans), word(p.m), word(p.n), word(p.k),
+          word(alpha.data()), word(a.data()), word(by_rows ? p.k : p.m), word(b.data()),
+          word(by_rows ? p.n : p.k), word(beta.data()), word(c.data()), word(by_rows ? p.n : p.m)});
+    expect_product(name, p, 2, a, b, before, c);
+  }
+}
+
+void matrix_products() {
+  const std::uint32_t alpha[2] = {0, 0x40000000}, beta[2] = {0, 0xbff00000};  // 2, -1
+  for (const Product& p : kProducts) {
+    const bool by_rows = p.layout == CblasRowMajor;
+    const int lda = by_rows ? p.k : p.m, ldb = by_rows ? p.n : p.k, ldc = by_rows ? p.n : p.m;
+    const Matrix<double> a(p.m * p.k, 1), b(p.k * p.n, 2), before(p.m * p.n, 3);
+    const Matrix<double> by_value(p.m * p.n, 3), by_address(p.m * p.n, 3);
+    call("cblas_dgemm", code(&cblas_dgemm),
+         {word(p.layout), word(CblasNoTrans), word(CblasNoTrans), word(p.m), word(p.n), word(p.k),
+          alpha[0], alpha[1], word(a.data()), word(lda), word(b.data()), word(ldb), beta[0],
+          beta[1], word(by_value.data()), word(ldc)});
+    expect_product("cblas_dgemm", p, 1, a, b, before, by_value);
+    if (by_rows) continue;
+    call("DGEMM", code(&DGEMM),
+         {word("n"), word("N"), word(&p.m), word(&p.n), word(&p.k), word(alpha), word(a.data()),
+          word(&lda), word(b.data()), word(&ldb), word(beta), word(by_address.data()), word(&ldc)});
+    expect_product("DGEMM", p, 1, a, b, before, by_address);
+  }
+  complex_products<float>("cblas_cgemm", code(&cblas_cgemm));
+  complex_products<double>("cblas_zgemm", code(&cblas_zgemm));
+}
+
 void memory() {
   for (std::size_t size : {std::size_t{1}, std::size_t{1000}, std::size_t{1} << 20}) {
     const Call allocated = call("QSL_malloc", code(&QSL_malloc), {word(size), word(128)});
@@ -238,7 +336,8 @@ void memory() {
   call("QSL_Free_Buffers", code(&QSL_Free_Buffers), {});
 }
 
-const std::function<void()> kFamilies[] = {dot_products, complex_updates, complex_copies, memory};
+const std::function<void()> kFamilies[] = {dot_products, complex_updates, complex_copies,
+                                           matrix_products, memory};
 
 // Answers the stack pointer at the call instruction.
 [[gnu::naked]] std::uint32_t stack_pointer() { asm("leal 4(%esp), %eax\n ret"); }

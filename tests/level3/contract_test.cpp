@@ -143,7 +143,8 @@ TEST(Shortcuts, WithoutTermsOnlyBetaCounts) {
   for_each_kind([](auto number) {
     using Number = decltype(number);
     for (const Shape& shape :
-         {Shape{1, 1, 0}, {1, 9, 0}, {9, 1, 0}, {12, 12, 0}, {100, 90, 0}, {200, 200, 0}}) {
+         {Shape{1, 1, 0}, {1, 9, 0}, {9, 1, 0}, {12, 12, 0}, {101, 12, 0}, {200, 200, 0}}) {
+      if (emulated() && shape.n > 100) continue;
       Problem<Number> problem(shape, Data::integers);
       for_each_form<Number>([&](Call call) {
         for (const Value beta : factors<Number>()) {
