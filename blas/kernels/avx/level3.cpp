@@ -18,7 +18,7 @@ struct DgemmShape {
 
   static void multiply(const MatrixDescriptor& a, const MatrixDescriptor& b,
                        const MatrixDescriptor& c, const void* alpha, const void* beta) {
-    fixed_depth_product<DgemmShape, BroadcastTile<f64x4, 4, 4, 1>>(sizes, a, b, c, alpha, beta);
+    fixed_depth_product<DgemmShape, BroadcastTile<f64x4, 4, 4, 1, 1>>(sizes, a, b, c, alpha, beta);
   }
 };
 
@@ -29,7 +29,7 @@ struct CgemmShape {
 
   static void multiply(const MatrixDescriptor& a, const MatrixDescriptor& b,
                        const MatrixDescriptor& c, const void* alpha, const void* beta) {
-    fixed_depth_product<CgemmShape, BroadcastTile<f32x8, 4, 4, 1>>(sizes, a, b, c, alpha, beta);
+    fixed_depth_product<CgemmShape, BroadcastTile<f32x8, 4, 4, 1, 1>>(sizes, a, b, c, alpha, beta);
   }
 };
 
@@ -40,7 +40,7 @@ struct ZgemmShape {
 
   static void multiply(const MatrixDescriptor& a, const MatrixDescriptor& b,
                        const MatrixDescriptor& c, const void* alpha, const void* beta) {
-    fixed_depth_product<ZgemmShape, BroadcastTile<f64x4, 4, 4, 1>>(sizes, a, b, c, alpha, beta);
+    fixed_depth_product<ZgemmShape, BroadcastTile<f64x4, 4, 4, 1, 1>>(sizes, a, b, c, alpha, beta);
   }
 };
 

@@ -26,7 +26,7 @@ struct PairTile {
   static constexpr int vectors = 3;
   static constexpr int columns = 2;
   static constexpr int strip_columns = 2;
-  static constexpr int unroll = 4;
+  static constexpr int ku = 4;
   static constexpr int copies = 1;
   // Columns of a tile of one vector, which then keeps six sums as well.
   static constexpr int wide_columns = 6;
@@ -39,15 +39,15 @@ struct PairTile {
       const Vector pair = Vector::broadcast_pair(b);
       const Vector first = dup_even(pair);
       const Vector second = dup_odd(pair);
-      qsl::QSL_LEVEL::unroll<V>([&](auto v) QSL_INLINE_LAMBDA {
+      unroll<V>([&](auto v) QSL_INLINE_LAMBDA {
         add_product(sums.at[v.value][0], a + v.value * Vector::lanes, first);
       });
-      qsl::QSL_LEVEL::unroll<V>([&](auto v) QSL_INLINE_LAMBDA {
+      unroll<V>([&](auto v) QSL_INLINE_LAMBDA {
         add_product(sums.at[v.value][1], a + v.value * Vector::lanes, second);
       });
     } else {
       const Vector value = Vector::broadcast_from(b);
-      qsl::QSL_LEVEL::unroll<V>([&](auto v) QSL_INLINE_LAMBDA {
+      unroll<V>([&](auto v) QSL_INLINE_LAMBDA {
         add_product(sums.at[v.value][0], a + v.value * Vector::lanes, value);
       });
     }
@@ -58,14 +58,14 @@ struct PairTile {
                                     Sums<Vector, V, N>& sums) {
     sums.clear();
     constexpr int a_step = V * Vector::lanes;
-    for (; depth >= unroll; depth -= unroll) {
+    for (; depth >= ku; depth -= ku) {
       keep(depth);
       __builtin_prefetch(reinterpret_cast<const char*>(b) + ahead);
-      qsl::QSL_LEVEL::unroll<unroll>([&](auto p) QSL_INLINE_LAMBDA {
+      unroll<ku>([&](auto p) QSL_INLINE_LAMBDA {
         step<V, N>(a + p.value * a_step, b + p.value * N, sums);
       });
-      a += unroll * a_step;
-      b += unroll * N;
+      a += ku * a_step;
+      b += ku * N;
     }
     for (; depth > 0; depth--) {
       keep(depth);
@@ -83,7 +83,7 @@ struct PairTile {
       keep(depth);
       Vector rows = Vector::load_aligned(a);
       keep_vector(rows);
-      qsl::QSL_LEVEL::unroll<wide_columns>([&](auto j) QSL_INLINE_LAMBDA {
+      unroll<wide_columns>([&](auto j) QSL_INLINE_LAMBDA {
         Vector& sum = sums.at[0][j.value];
         sum = mul_add(rows, Vector::broadcast_from(b + j.value / 2 * strip + j.value % 2), sum);
       });

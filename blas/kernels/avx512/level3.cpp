@@ -22,7 +22,7 @@ using SmallDouble = SmallShape<f64x8, 1, 6>;
 
 struct DgemmShape {
   using Type = Real;
-  using Tile = BroadcastTile<f64x8, 6, 4, 1>;
+  using Tile = BroadcastTile<f64x8, 6, 4, 1, 1>;
   using Small = SmallReal;
   static constexpr const char* name = "DGEMM";
   static constexpr auto depth = block_depth;
@@ -32,7 +32,7 @@ struct DgemmShape {
 
 struct CgemmShape {
   using Type = SingleComplex;
-  using Tile = BroadcastTile<f32x16, 6, 4, 1>;
+  using Tile = BroadcastTile<f32x16, 6, 4, 1, 1>;
   using Small = SmallSingle;
   static constexpr const char* name = "CGEMM";
   static constexpr auto depth = block_depth;
@@ -42,7 +42,7 @@ struct CgemmShape {
 
 struct ZgemmShape {
   using Type = DoubleComplex;
-  using Tile = BroadcastTile<f64x8, 6, 4, 1>;
+  using Tile = BroadcastTile<f64x8, 6, 4, 1, 1>;
   using Small = SmallDouble;
   static constexpr const char* name = "ZGEMM";
   static constexpr auto depth = block_depth;

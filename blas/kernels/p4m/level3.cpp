@@ -12,21 +12,21 @@ namespace qsl::p4m {
 static constexpr FixedDepth sizes = {2, 2, 2, 126};
 static constexpr FixedDepth sizes_sse41 = {2, 4, 4, 126};
 
-// Packed A, mc by kc, takes 315 KiB of the second-level cache; a block of packed B 16 to 24 KiB of
-// the first-level one. There is no broadcasting load of a float: packed B repeats each one.
+// Packed A, mc by kc, takes 315 KiB of the second-level cache, a block of packed B 16 KiB of the
+// first-level one. There is no broadcasting load of a float: packed B repeats each one.
 struct DgemmShape {
   using Type = Real;
   static constexpr const char* name = "DGEMM";
-  static constexpr BlockNumbers blocks = {320, 24, 24};
+  static constexpr BlockNumbers blocks = {320, 16, 16};
 
   static void multiply(const MatrixDescriptor& a, const MatrixDescriptor& b,
                        const MatrixDescriptor& c, const void* alpha, const void* beta) {
     if (qsl_cpu_has_sse41_cbwr() != 0) {
-      fixed_depth_product<DgemmShape, BroadcastTile<f64x2, 4, 4, 1>>(sizes_sse41, a, b, c, alpha,
-                                                                     beta);
+      fixed_depth_product<DgemmShape, BroadcastTile<f64x2, 4, 4, 4, 1>>(sizes_sse41, a, b, c, alpha,
+                                                                        beta);
     } else {
-      fixed_depth_product<DgemmShape, BroadcastTile<f64x2, 4, 2 * 4, 1, 8>>(sizes, a, b, c, alpha,
-                                                                            beta);
+      fixed_depth_product<DgemmShape, BroadcastTile<f64x2, 4, 2, 4, 1, 8>>(sizes, a, b, c, alpha,
+                                                                           beta);
     }
   }
 };
@@ -34,16 +34,16 @@ struct DgemmShape {
 struct CgemmShape {
   using Type = SingleComplex;
   static constexpr const char* name = "CGEMM";
-  static constexpr BlockNumbers blocks = {320, 8, 8};
+  static constexpr BlockNumbers blocks = {320, 4, 4};
 
   static void multiply(const MatrixDescriptor& a, const MatrixDescriptor& b,
                        const MatrixDescriptor& c, const void* alpha, const void* beta) {
     if (qsl_cpu_has_sse41_cbwr() != 0) {
-      fixed_depth_product<CgemmShape, BroadcastTile<f32x4, 4, 4, 4>>(sizes_sse41, a, b, c, alpha,
-                                                                     beta);
+      fixed_depth_product<CgemmShape, BroadcastTile<f32x4, 4, 4, 4, 4>>(sizes_sse41, a, b, c, alpha,
+                                                                        beta);
     } else {
-      fixed_depth_product<CgemmShape, BroadcastTile<f32x4, 4, 2 * 4, 4, 8>>(sizes, a, b, c, alpha,
-                                                                            beta);
+      fixed_depth_product<CgemmShape, BroadcastTile<f32x4, 4, 2, 4, 4, 8>>(sizes, a, b, c, alpha,
+                                                                           beta);
     }
   }
 };
@@ -51,16 +51,16 @@ struct CgemmShape {
 struct ZgemmShape {
   using Type = DoubleComplex;
   static constexpr const char* name = "ZGEMM";
-  static constexpr BlockNumbers blocks = {160, 12, 12};
+  static constexpr BlockNumbers blocks = {160, 8, 8};
 
   static void multiply(const MatrixDescriptor& a, const MatrixDescriptor& b,
                        const MatrixDescriptor& c, const void* alpha, const void* beta) {
     if (qsl_cpu_has_sse41_cbwr() != 0) {
-      fixed_depth_product<ZgemmShape, BroadcastTile<f64x2, 4, 4, 1>>(sizes_sse41, a, b, c, alpha,
-                                                                     beta);
+      fixed_depth_product<ZgemmShape, BroadcastTile<f64x2, 4, 4, 4, 1>>(sizes_sse41, a, b, c, alpha,
+                                                                        beta);
     } else {
-      fixed_depth_product<ZgemmShape, BroadcastTile<f64x2, 4, 2 * 4, 1, 8>>(sizes, a, b, c, alpha,
-                                                                            beta);
+      fixed_depth_product<ZgemmShape, BroadcastTile<f64x2, 4, 2, 4, 1, 8>>(sizes, a, b, c, alpha,
+                                                                           beta);
     }
   }
 };

@@ -1,4 +1,4 @@
-// One packed strip of A times one packed block of B, added to C: the kernel that the drivers call.
+// Packed strips of A times a packed block of B, added to C: the kernel that the drivers call.
 //
 // Packed A: for each k the strip's scalars stand together, `vectors * lanes` of them, or as many
 // whole vectors as the strip's rows need when it is the last one. Packed B: strips of `columns`
@@ -47,7 +47,7 @@ QSL_INLINE void multiply_last_columns(const StripProduct<typename Type::Scalar>&
 }
 
 template <class Type, class Tile, bool full, int V>
-[[gnu::noinline]] void multiply_strip(const StripProduct<typename Type::Scalar>& p) {
+QSL_INLINE void multiply_strip(const StripProduct<typename Type::Scalar>& p) {
   using Scalar = typename Type::Scalar;
   constexpr int tile_columns = Tile::columns;
   const int last = p.rows - (V - 1) * Tile::Vector::lanes;
@@ -89,22 +89,50 @@ template <class Type, class Tile, bool full, int V>
   }
 }
 
+// The rows that do not fill a strip: V registers of them, or fewer.
+template <class Type, class Tile, bool full, int V>
+[[gnu::noinline]] void multiply_last_strip(const StripProduct<typename Type::Scalar>& p) {
+  multiply_strip<Type, Tile, full, V>(p);
+}
+
 template <class Type, class Tile, int V>
-QSL_INLINE void multiply_rows(const StripProduct<typename Type::Scalar>& p) {
-  constexpr int lanes = Tile::Vector::lanes;
-  if (p.rows == V * lanes) return multiply_strip<Type, Tile, true, V>(p);
-  if (p.rows > (V - 1) * lanes) return multiply_strip<Type, Tile, false, V>(p);
-  if constexpr (V > 1) multiply_rows<Type, Tile, V - 1>(p);
+QSL_INLINE void multiply_last_rows(const StripProduct<typename Type::Scalar>& p) {
+  if constexpr (V > 0) {
+    constexpr int lanes = Tile::Vector::lanes;
+    if (p.rows == V * lanes) return multiply_last_strip<Type, Tile, true, V>(p);
+    if (p.rows > (V - 1) * lanes) return multiply_last_strip<Type, Tile, false, V>(p);
+    multiply_last_rows<Type, Tile, V - 1>(p);
+  }
+}
+
+template <class Type, class Tile>
+[[gnu::noinline]] void multiply_full_strips(StripProduct<typename Type::Scalar>& p) {
+  constexpr int strip_rows = Tile::vectors * Tile::Vector::lanes;
+  const int rows = p.rows;
+  p.rows = strip_rows;
+  for (int row = strip_rows; row <= rows; row += strip_rows) {
+    multiply_strip<Type, Tile, true, Tile::vectors>(p);
+    p.a += strip_rows * p.depth;
+    p.c += strip_rows;
+  }
+  p.rows = rows % strip_rows;
 }
 
 // OperationRecord::Kernel.
 template <class Type, class Tile>
-void multiply_block(const BlockProduct& p) {
+void multiply_block(const BlockProduct& block) {
   using Scalar = typename Type::Scalar;
-  multiply_rows<Type, Tile, Tile::vectors>(
-      {p.rows * Type::parts, p.columns * Type::parts, p.depth, static_cast<const Scalar*>(p.a),
-       static_cast<const Scalar*>(p.b), static_cast<Scalar*>(p.c), p.ldc * Type::parts,
-       p.overwrite});
+  constexpr int strip_rows = Tile::vectors * Tile::Vector::lanes;
+  StripProduct<Scalar> p = {block.rows * Type::parts,
+                            block.columns * Type::parts,
+                            block.depth,
+                            static_cast<const Scalar*>(block.a),
+                            static_cast<const Scalar*>(block.b),
+                            static_cast<Scalar*>(block.c),
+                            block.ldc * Type::parts,
+                            block.overwrite};
+  if (p.rows >= strip_rows) multiply_full_strips<Type, Tile>(p);
+  multiply_last_rows<Type, Tile, Tile::vectors>(p);
 }
 
 }  // namespace qsl::QSL_LEVEL

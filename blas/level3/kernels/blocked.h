@@ -84,12 +84,17 @@ inline void blocked_product(const OperationRecord& op, const BlockNumbers& numbe
       for (int j = 0; j < n; j += block.nc) {
         const int columns = least(n - j, block.nc);
         pack_b(b.at(p, j), b.ld, columns, depth, b_factor, buffer.b());
+        const bool overwrite = beta_is_zero && p == 0;
+        if (j > 0) {
+          op.kernel({rows, columns, depth, buffer.a(), buffer.b(), c.at(i, j), c.ld, overwrite});
+          continue;
+        }
         char* strip = buffer.a();
         for (int r = 0; r < rows; r += op.tile.mr) {
           const int strip_rows = least(rows - r, op.tile.mr);
-          if (j == 0) pack_a(a.at(i + r, p), a.ld, strip_rows, depth, a_factor, strip);
-          op.kernel({strip_rows, columns, depth, strip, buffer.b(), c.at(i + r, j), c.ld,
-                     beta_is_zero && p == 0});
+          pack_a(a.at(i + r, p), a.ld, strip_rows, depth, a_factor, strip);
+          op.kernel(
+              {strip_rows, columns, depth, strip, buffer.b(), c.at(i + r, j), c.ld, overwrite});
           strip += strip_bytes;
         }
       }

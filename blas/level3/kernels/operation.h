@@ -35,7 +35,7 @@ struct Operation {
             multiply_block<Type, Tile>,
             simple_loops<Type>,
             Tile::copies,
-            make_tile_record(mr, nr, Tile::unroll)};
+            make_tile_record(mr, nr, Tile::ku)};
   }
 };
 

@@ -76,9 +76,9 @@ struct BlockRecord {
   std::size_t bytes;  // of the buffer
 };
 
-// One packed strip of A times one packed block of B. Sizes are in elements.
+// Packed strips of A times one packed block of B. Sizes are in elements.
 struct BlockProduct {
-  int rows;     // of the strip
+  int rows;     // of all strips
   int columns;  // of the block
   int depth;
   const void* a;

@@ -10,7 +10,7 @@
 //   Vector              the registers that hold rows
 //   vectors, columns    the full tile: vectors * lanes rows by `columns` columns
 //   strip_columns       columns of a strip of packed B, one or two tiles
-//   unroll              passes of the loop over k that are written out
+//   ku                  values of k that are worked off together; blocks are multiples of it
 //   copies              how often each value of packed B is repeated
 //   accumulate<V, N>    sums a narrower or full tile of V vectors by N columns:
 //       a               for each k, V * lanes scalars, aligned to the vector's size
@@ -34,7 +34,7 @@ struct Sums {
   }
 
   QSL_INLINE void keep() {
-    qsl::QSL_LEVEL::unroll<vectors * columns>(
+    unroll<vectors * columns>(
         [&](auto i) QSL_INLINE_LAMBDA { keep_vector(at[i.value / columns][i.value % columns]); });
   }
 };
@@ -44,15 +44,17 @@ struct Sums {
 //
 // Without fused multiply-add, two products are added to each other before they reach the sum. A
 // chain of additions is then half as long: four sums are not enough to hide the latency of one
-// addition for every k.
-template <class Vector_, int columns_, int unroll_, int copies_, int strip_columns_ = columns_>
+// addition for every k. The loop writes out `factor` times ku values of k.
+template <class Vector_, int columns_, int ku_, int factor_, int copies_,
+          int strip_columns_ = columns_>
 struct BroadcastTile {
   using Vector = Vector_;
   using Scalar = typename Vector::Element;
   static constexpr int vectors = 1;
   static constexpr int columns = columns_;
   static constexpr int strip_columns = strip_columns_;
-  static constexpr int unroll = unroll_;
+  static constexpr int ku = ku_;
+  static constexpr int factor = factor_;
   static constexpr int copies = copies_;
 
   QSL_INLINE static Vector value(const Scalar* b) {
@@ -67,7 +69,7 @@ struct BroadcastTile {
   QSL_INLINE static void step(const Scalar* a, const Scalar* b, Sums<Vector, 1, N>& sums) {
     Vector rows = Vector::load_aligned(a);
     keep_vector(rows);
-    qsl::QSL_LEVEL::unroll<N>([&](auto j) QSL_INLINE_LAMBDA {
+    unroll<N>([&](auto j) QSL_INLINE_LAMBDA {
       Vector& sum = sums.at[0][j.value];
       sum = mul_add(rows, value(b + j.value * copies), sum);
     });
@@ -80,7 +82,7 @@ struct BroadcastTile {
     Vector second = Vector::load_aligned(a + Vector::lanes);
     keep_vector(first);
     keep_vector(second);
-    qsl::QSL_LEVEL::unroll<N>([&](auto j) QSL_INLINE_LAMBDA {
+    unroll<N>([&](auto j) QSL_INLINE_LAMBDA {
       Vector& sum = sums.at[0][j.value];
       sum = sum +
             (first * value(b + j.value * copies) + second * value(b + b_step + j.value * copies));
@@ -88,32 +90,42 @@ struct BroadcastTile {
     sums.keep();
   }
 
+  // `count` values of k.
+  template <int count, int N>
+  QSL_INLINE static void steps(const Scalar* a, const Scalar* b, int b_step,
+                               Sums<Vector, 1, N>& sums) {
+    constexpr int a_step = Vector::lanes;
+    if constexpr (has_fma || count == 1) {
+      unroll<count>([&](auto p) QSL_INLINE_LAMBDA {
+        step<N>(a + p.value * a_step, b + p.value * b_step, sums);
+      });
+    } else {
+      unroll<count / 2>([&](auto p) QSL_INLINE_LAMBDA {
+        two_steps<N>(a + 2 * p.value * a_step, b + 2 * p.value * b_step, b_step, sums);
+      });
+    }
+  }
+
+  // Passes of `count` values of k, as long as there are so many.
+  template <int count, int N>
+  QSL_INLINE static void passes(int& depth, const Scalar*& a, const Scalar*& b, int b_step,
+                                Sums<Vector, 1, N>& sums) {
+    for (; depth >= count; depth -= count) {
+      keep(depth);
+      steps<count>(a, b, b_step, sums);
+      a += count * Vector::lanes;
+      b += count * b_step;
+    }
+  }
+
   template <int V, int N>
   QSL_INLINE static void accumulate(int depth, const Scalar* a, const Scalar* b, int b_step,
                                     Sums<Vector, V, N>& sums) {
-    static_assert(V == 1 && unroll % 2 == 0);
+    static_assert(V == 1 && ku % 2 == 0);
     sums.clear();
-    constexpr int a_step = Vector::lanes;
-    for (; depth >= unroll; depth -= unroll) {
-      keep(depth);
-      if constexpr (has_fma) {
-        qsl::QSL_LEVEL::unroll<unroll>([&](auto p) QSL_INLINE_LAMBDA {
-          step<N>(a + p.value * a_step, b + p.value * b_step, sums);
-        });
-      } else {
-        qsl::QSL_LEVEL::unroll<unroll / 2>([&](auto p) QSL_INLINE_LAMBDA {
-          two_steps<N>(a + 2 * p.value * a_step, b + 2 * p.value * b_step, b_step, sums);
-        });
-      }
-      a += unroll * a_step;
-      b += unroll * b_step;
-    }
-    for (; depth > 0; depth--) {
-      keep(depth);
-      step<N>(a, b, sums);
-      a += a_step;
-      b += b_step;
-    }
+    if constexpr (factor > 1) passes<factor * ku>(depth, a, b, b_step, sums);
+    passes<ku>(depth, a, b, b_step, sums);
+    passes<1>(depth, a, b, b_step, sums);
   }
 };
 
