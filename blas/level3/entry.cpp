@@ -35,7 +35,7 @@ struct Zgemm : ComplexDouble {
 static int at_least_one(int size) { return size > 1 ? size : 1; }
 
 static bool is_transpose_option(char option) {
-  const char letter = option & ~0x20;
+  const int letter = option & ~0x20;
   return letter == 'N' || letter == 'T' || letter == 'C';
 }
 

@@ -111,9 +111,9 @@ QSL_API void cblas_zcopy(int n, const void* x, int incx, void* y, int incy);
  * "DGEMM", and nothing is read or written. A call may take a work buffer from the memory manager
  * and does without it when there is none. Safe to call from several threads at once.
  */
-QSL_API void DGEMM(const char* transa, const char* transb, const int* m, const int* n,
-                   const int* k, const double* alpha, const double* a, const int* lda,
-                   const double* b, const int* ldb, const double* beta, double* c, const int* ldc);
+QSL_API void DGEMM(const char* transa, const char* transb, const int* m, const int* n, const int* k,
+                   const double* alpha, const double* a, const int* lda, const double* b,
+                   const int* ldb, const double* beta, double* c, const int* ldc);
 
 /**
  * @brief Matrix product C := alpha * op(A) * op(B) + beta * C, C style: scalars by value, either
@@ -146,8 +146,8 @@ QSL_API void DGEMM(const char* transa, const char* transb, const int* m, const i
  * @endcode
  */
 QSL_API void cblas_dgemm(int layout, int transa, int transb, int m, int n, int k, double alpha,
-                         const double* a, int lda, const double* b, int ldb, double beta,
-                         double* c, int ldc);
+                         const double* a, int lda, const double* b, int ldb, double beta, double* c,
+                         int ldc);
 
 /**
  * @brief Complex matrix product in single precision; factors by pointer. Otherwise as
@@ -168,9 +168,9 @@ QSL_API void cblas_dgemm(int layout, int transa, int transb, int m, int n, int k
  * @param c       Matrix of complex_float; read and written.
  * @param ldc     Leading dimension of C, in elements.
  */
-QSL_API void cblas_cgemm(int layout, int transa, int transb, int m, int n, int k,
-                         const void* alpha, const void* a, int lda, const void* b, int ldb,
-                         const void* beta, void* c, int ldc);
+QSL_API void cblas_cgemm(int layout, int transa, int transb, int m, int n, int k, const void* alpha,
+                         const void* a, int lda, const void* b, int ldb, const void* beta, void* c,
+                         int ldc);
 
 /**
  * @brief Complex matrix product in double precision; factors by pointer. Otherwise as
@@ -191,9 +191,9 @@ QSL_API void cblas_cgemm(int layout, int transa, int transb, int m, int n, int k
  * @param c       Matrix of complex_double; read and written.
  * @param ldc     Leading dimension of C, in elements.
  */
-QSL_API void cblas_zgemm(int layout, int transa, int transb, int m, int n, int k,
-                         const void* alpha, const void* a, int lda, const void* b, int ldb,
-                         const void* beta, void* c, int ldc);
+QSL_API void cblas_zgemm(int layout, int transa, int transb, int m, int n, int k, const void* alpha,
+                         const void* a, int lda, const void* b, int ldb, const void* beta, void* c,
+                         int ldc);
 
 #ifdef __cplusplus
 }
