@@ -62,7 +62,7 @@ def draw(title, unit, lines, scale, mark):
     for size in sizes:
         x = x_of(size)
         out.append(f'<line x1="{x:.1f}" y1="{TOP}" x2="{x:.1f}" y2="{base}" stroke="#eee"/>')
-        half = 4 * len(f"{size:g}")
+        half = 5 * len(f"{size:g}")
         if x - half > free:
             free = x + half
             out.append(f'<text x="{x:.1f}" y="{base + 18}" text-anchor="middle">{size:g}</text>')
