@@ -71,6 +71,10 @@ endif()
 list(APPEND QSL_KERNEL_FLAGS -falign-loops=32)
 # A jump table's labels would be symbols of the library, between its functions.
 list(APPEND QSL_KERNEL_FLAGS -fno-jump-tables)
+# Instrumented kernels take minutes to compile with all optimisations.
+if(QSL_SANITIZE)
+  list(APPEND QSL_KERNEL_FLAGS -O1 -g1)
+endif()
 list(APPEND QSL_KERNEL_FLAGS -march=i686 -mtune=generic -mfpmath=sse -fomit-frame-pointer)
 
 # qsl_add_kernels(<level> <source>...): adds sources to the objects of one level.

@@ -81,9 +81,16 @@ template <class Routine>
               address(g.a), g.lda, address(g.b), g.ldb, address(g.beta), address(g.c), g.ldc);
 }
 
+// The first call of a routine that can report installs the reporter.
+static void install_reporter() {
+  if (__atomic_load_n(&qsl_xerbla_hook, __ATOMIC_ACQUIRE) == nullptr) {
+    qsl_xerbla_set_default(qsl_xerbla_print);
+  }
+}
+
 template <class Routine>
 static void gemm_wrapper(GemmCall<typename Routine::Element>& call) {
-  qsl_xerbla_set_default(qsl_xerbla_print);
+  install_reporter();
   if (!Routine::gate.is_off()) return verbose_gemm<Routine>(call);
   checked_gemm<Routine>(call);
 }
@@ -113,26 +120,37 @@ static int bad_c_argument(int layout, int transa, int transb, int m, int n, int 
   return 0;
 }
 
+// A call that passes these checks passes those of the wrapper, too: without verbose mode it goes
+// straight to the interface function.
 template <class Routine, class Element = typename Routine::Element>
-static void c_gemm(int layout, int transa, int transb, int m, int n, int k, const void* alpha,
-                   const void* a, int lda, const void* b, int ldb, const void* beta, void* c,
-                   int ldc) {
+[[gnu::always_inline]] inline void c_gemm(int layout, int transa, int transb, int m, int n, int k,
+                                          const void* alpha, const void* a, int lda, const void* b,
+                                          int ldb, const void* beta, void* c, int ldc) {
   const int info = bad_c_argument(layout, transa, transb, m, n, k, lda, ldb, ldc);
   if (info != 0) return qsl_cblas_report(Routine::c_name, info);
-  const auto* factor = static_cast<const Element*>(alpha);
-  const auto* left = static_cast<const Element*>(a);
-  const auto* right = static_cast<const Element*>(b);
-  const auto* scale = static_cast<const Element*>(beta);
-  auto* result = static_cast<Element*>(c);
-  const char option_a = *qsl_cblas_trans_char[transa];
-  const char option_b = *qsl_cblas_trans_char[transb];
-  GemmCall<Element> call;
-  if (layout == CblasColMajor) {
-    call = {option_a, option_b, {0, 0, m, n, k, factor, left, lda, right, ldb, scale, result, ldc}};
-  } else {
-    call = {option_b, option_a, {0, 0, n, m, k, factor, right, ldb, left, lda, scale, result, ldc}};
-  }
-  gemm_wrapper<Routine>(call);
+  const bool row_major = layout == CblasRowMajor;
+  const auto* left = static_cast<const Element*>(row_major ? b : a);
+  const auto* right = static_cast<const Element*>(row_major ? a : b);
+  const int option_left = row_major ? transb : transa;
+  const int option_right = row_major ? transa : transb;
+  const GemmArguments<Element> arguments = {option_left - CblasNoTrans,
+                                            option_right - CblasNoTrans,
+                                            row_major ? n : m,
+                                            row_major ? m : n,
+                                            k,
+                                            static_cast<const Element*>(alpha),
+                                            left,
+                                            row_major ? ldb : lda,
+                                            right,
+                                            row_major ? lda : ldb,
+                                            static_cast<const Element*>(beta),
+                                            static_cast<Element*>(c),
+                                            ldc};
+  install_reporter();
+  if (Routine::gate.is_off()) return gemm_interface<Routine>(arguments);
+  GemmCall<Element> call = {*qsl_cblas_trans_char[option_left], *qsl_cblas_trans_char[option_right],
+                            arguments};
+  verbose_gemm<Routine>(call);
 }
 
 }  // namespace qsl::blas

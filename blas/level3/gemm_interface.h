@@ -84,7 +84,7 @@ inline constexpr int longest_strided_column = 64;
 
 // k = 1: C := alpha * a * b^T + beta * C, a being the column of op(A) and b the row of op(B).
 template <class Type>
-inline void gemm_as_rank_one(const GemmArguments<typename Type::Element>& g) {
+[[gnu::noinline]] void gemm_as_rank_one(const GemmArguments<typename Type::Element>& g) {
   using Element = typename Type::Element;
   const Element* column = g.a;
   int stride = g.transa == no_transpose ? 1 : g.lda;
@@ -104,7 +104,7 @@ inline void gemm_as_rank_one(const GemmArguments<typename Type::Element>& g) {
 }
 
 template <class Type>
-inline void gemm_interface(const GemmArguments<typename Type::Element>& g) {
+[[gnu::always_inline]] inline void gemm_interface(const GemmArguments<typename Type::Element>& g) {
   if (g.m < 1 || g.n < 1) return;
   // The shortcuts know no conjugated operand.
   const bool plain =

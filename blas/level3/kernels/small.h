@@ -127,7 +127,7 @@ template <class Type, class Shape>
 }
 
 template <class Type, class Shape>
-[[gnu::noinline]] void small_in_place(const SmallProduct<Type>& p) {
+QSL_INLINE void small_in_place(const SmallProduct<Type>& p) {
   small_block<Type, Shape>(p, 0, p.k, 0, p.n, p.update, false, nullptr);
 }
 

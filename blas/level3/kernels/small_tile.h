@@ -131,7 +131,7 @@ QSL_INLINE void small_tile(const SmallProduct<Type>& p, const SmallBlock<Type>& 
   const Update update = block.update;
   unroll<N / Type::parts>([&](auto j) QSL_INLINE_LAMBDA {
     unroll<V>([&](auto v) QSL_INLINE_LAMBDA {
-      typename Type::Scalar* to = c + v.value * Vector::lanes;
+      typename Type::Scalar* to = c + j.value * p.ldc + v.value * Vector::lanes;
       Vector result = small_result<Type>(p, sums, v.value, j.value);
       if constexpr (v.value + 1 < V) {
         if (update != Update::store) {
@@ -145,7 +145,6 @@ QSL_INLINE void small_tile(const SmallProduct<Type>& p, const SmallBlock<Type>& 
         store_rows(result, to, rows);
       }
     });
-    c += p.ldc;
   });
 }
 

@@ -9,9 +9,12 @@ namespace qsl::QSL_LEVEL {
 // A register of 32 bytes by halves and quarters: masked stores are slow on some processors.
 template <int rows>
 QSL_INLINE f64x4 load_part(const double* p) {
-  if constexpr (rows == 1) return {_mm256_zextpd128_pd256(f64::load(p).v)};
-  if constexpr (rows == 2) return {_mm256_zextpd128_pd256(f64x2::load(p).v)};
-  if constexpr (rows == 3) {
+  static_assert(rows >= 1 && rows <= 3);
+  if constexpr (rows == 1) {
+    return {_mm256_zextpd128_pd256(f64::load(p).v)};
+  } else if constexpr (rows == 2) {
+    return {_mm256_zextpd128_pd256(f64x2::load(p).v)};
+  } else {
     return {_mm256_insertf128_pd(_mm256_zextpd128_pd256(f64x2::load(p).v), f64::load(p + 2).v, 1)};
   }
 }

@@ -34,7 +34,7 @@ QSL_INLINE void write_back(const Sums<Vector, V, N>& sums, typename Type::Scalar
   unroll<N / Type::parts>([&](auto j) QSL_INLINE_LAMBDA {
     unroll<V>([&](auto v) QSL_INLINE_LAMBDA {
       Vector sum = column_sum<Type>(sums, v.value, j.value);
-      typename Type::Scalar* to = c + v.value * Vector::lanes;
+      typename Type::Scalar* to = c + j.value * ldc + v.value * Vector::lanes;
       if constexpr (full || v.value + 1 < V) {
         if (!overwrite) sum = Vector::load(to) + sum;
         sum.store(to);
@@ -43,7 +43,6 @@ QSL_INLINE void write_back(const Sums<Vector, V, N>& sums, typename Type::Scalar
         sum.store_first(to, last);
       }
     });
-    c += ldc;
   });
 }
 
