@@ -19,12 +19,8 @@ struct ComplexInLow {
   f32x4 v;
 
   QSL_INLINE static ComplexInLow zero() { return {f32x4::zero()}; }
-  QSL_INLINE static ComplexInLow load(const float* p) {
-    return {f32x4{_mm_castpd_ps(f64::load(reinterpret_cast<const double*>(p)).v)}};
-  }
-  QSL_INLINE void store(float* p) const {
-    f64{_mm_castps_pd(v.v)}.store(reinterpret_cast<double*>(p));
-  }
+  QSL_INLINE static ComplexInLow load(const float* p) { return {f32x4::load_pair(p)}; }
+  QSL_INLINE void store(float* p) const { v.store_pair(p); }
 };
 
 struct Unchanged {

@@ -24,16 +24,24 @@ QSL_INLINE void store_part(f64x4 x, double* p) {
   if constexpr (rows > 1) lower_half(x).store(p);
   if constexpr (rows == 3) f64{upper_half(x).v}.store(p + 2);
 }
-// Single precision comes in complex numbers of eight bytes.
+// Single precision comes in complex numbers, pairs of floats.
 template <int rows>
 QSL_INLINE f32x8 load_part(const float* p) {
-  static_assert(rows % 2 == 0);
-  return {_mm256_castpd_ps(load_part<rows / 2>(reinterpret_cast<const double*>(p)).v)};
+  static_assert(rows == 2 || rows == 4 || rows == 6);
+  if constexpr (rows == 2) {
+    return {_mm256_zextps128_ps256(f32x4::load_pair(p).v)};
+  } else if constexpr (rows == 4) {
+    return {_mm256_zextps128_ps256(f32x4::load(p).v)};
+  } else {
+    return {_mm256_insertf128_ps(_mm256_zextps128_ps256(f32x4::load(p).v),
+                                 f32x4::load_pair(p + 4).v, 1)};
+  }
 }
 template <int rows>
 QSL_INLINE void store_part(f32x8 x, float* p) {
-  static_assert(rows % 2 == 0);
-  store_part<rows / 2>(f64x4{_mm256_castps_pd(x.v)}, reinterpret_cast<double*>(p));
+  if constexpr (rows == 2) lower_half(x).store_pair(p);
+  if constexpr (rows > 2) lower_half(x).store(p);
+  if constexpr (rows == 6) upper_half(x).store_pair(p + 4);
 }
 
 template <class Vector, int rows>
