@@ -125,7 +125,7 @@ inline std::vector<int> counts(int small, std::initializer_list<int> others) {
   std::vector<int> result;
   for (int n = 0; n <= (emulated() ? std::min(small, 70) : small); n++) result.push_back(n);
   for (const int n : others) {
-    for (int near = n - 2; near <= n + 2; near++) result.push_back(near);
+    for (int count = n - 2; count <= n + 2; count++) result.push_back(count);
   }
   return result;
 }
