@@ -186,7 +186,7 @@ TEST(Shortcuts, EveryFormOfEveryEdge) {
     }
     for (const Shape& shape : shapes) {
       Problem<Number> general(shape), integers(shape, Data::integers);
-      for (unsigned form = 0; form < (emulated() ? 9 : 36); form++) {
+      for (unsigned form = 0; form < (emulated() || instrumented ? 9 : 36); form++) {
         Call call = rotated<Number>(form, Data::integers);
         for (const Value beta : {Value{0, 0}, Value{1, 0}, general_factor<Number>()}) {
           call.alpha = general_factor<Number>();
@@ -213,7 +213,7 @@ TEST(SpecialValues, StayInTheirRowOrColumn) {
     unsigned form = 0;
     for (const Shape& shape : ways()) {
       Problem<Number> problem(shape, Data::integers);
-      for (int turn = 0; turn < (emulated() ? 4 : 36); turn++) {
+      for (int turn = 0; turn < (emulated() ? 4 : instrumented ? 12 : 36); turn++) {
         Call call = rotated<Number>(form++, Data::integers);
         call.alpha = factors<Number>()[0];
         Operands<Number> operands(problem, call);

@@ -61,7 +61,7 @@ TEST_P(GemmWorkspace, WithoutMemoryTheProductIsRightAndSaysSo) {
     unsigned index = 0;
     for (const Shape& shape : blocked_shapes(GetParam().level)) {
       Problem<Number> integers(shape, Data::integers), general(shape);
-      for (int turn = 0; turn < (emulated() ? 2 : 9); turn++) {
+      for (int turn = 0; turn < (emulated() ? 2 : instrumented ? 4 : 9); turn++) {
         for (const Value beta : {Value{0, 0}, Value{1, 0}, factors<Number>()[0]}) {
           CountingBackEnd::fail_all();
           Call call = rotated_for_variant<Number>(index++, Data::integers);
