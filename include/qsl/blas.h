@@ -106,10 +106,11 @@ QSL_API void cblas_zcopy(int n, const void* x, int incx, void* y, int incy);
  *
  * With m = 0 or n = 0 nothing happens; with k = 0, C := beta * C. Arrays may have any alignment
  * that is a multiple of 4. The error of each element is at most (k + 3) * eps * (|alpha| * (|A| *
- * |B|) + |beta| * |C|) to first order; its bits depend on the processor level and on the sizes, not
- * on the alignment of the arrays. A bad argument is reported with its position and the name
- * "DGEMM", and nothing is read or written. A call may take a work buffer from the memory manager
- * and does without it when there is none. Safe to call from several threads at once.
+ * |B|) + |beta| * |C|) to first order; its bits depend on the processor level, the sizes, the
+ * options and on whether there was a work buffer, not on the alignment of the arrays. A bad
+ * argument is reported with its position and the name "DGEMM ", and nothing is read or written. A
+ * call may take a work buffer from the memory manager and does without it when there is none. Safe
+ * to call from several threads at once.
  */
 QSL_API void DGEMM(const char* transa, const char* transb, const int* m, const int* n, const int* k,
                    const double* alpha, const double* a, const int* lda, const double* b,

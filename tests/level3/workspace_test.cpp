@@ -24,12 +24,6 @@ std::string message() {
   return "\nArvex QSL INTERNAL ERROR: Not enough work memory in function " + name + "\n";
 }
 
-std::string repeated(const std::string& text, int count) {
-  std::string result;
-  for (int i = 0; i < count; i++) result += text;
-  return result;
-}
-
 // A variant with its output kept.
 template <class Number>
 struct Recorded {
@@ -74,9 +68,7 @@ TEST_P(GemmWorkspace, WithoutMemoryTheProductIsRightAndSaysSo) {
           const int now_refused = CountingBackEnd::refused() - refused;
           ASSERT_GT(now_refused, 0) << shape << ", " << call << " takes no buffer";
           ASSERT_NE(text, "") << shape << ", " << call;
-          ASSERT_EQ(text, repeated(message<Number>(),
-                                   static_cast<int>(text.size() / message<Number>().size())))
-              << shape << ", " << call;
+          ASSERT_EQ(text, message<Number>()) << shape << ", " << call;
           if (turn == 0) {
             ASSERT_NO_FATAL_FAILURE(
                 check(general, call, Check::some_elements, Recorded<Number>{GetParam(), &text}));

@@ -18,7 +18,8 @@ struct HalvedDepth {
   int least, whole, split, most;
 
   QSL_INLINE int operator()(int k, int ku) const {
-    if (k > whole) return k < split ? round_up(k / 2, ku) : most;
+    // Halves are rounded to 2 alone, so that two blocks are enough: 300 becomes 150 and 150.
+    if (k > whole) return k < split ? round_up((k + 1) / 2, 2) : most;
     const int rounded = round_up(k, ku);
     return rounded > least ? rounded : least;
   }
@@ -56,22 +57,14 @@ inline BlockRecord size_blocks(int m, int n, int k, int kc, const OperationRecor
   return block;
 }
 
-// C := alpha * op(A) * op(B) + beta * C, alpha not being 0 and k not 0.
-inline void blocked_product(const OperationRecord& op, const BlockNumbers& numbers, int kc,
-                            const MatrixDescriptor& a, const MatrixDescriptor& b,
-                            const MatrixDescriptor& c, const void* alpha, const void* beta,
-                            bool beta_is_zero) {
-  // From here on C counts as it is, except that zero is stored by the first block of k.
-  if (!beta_is_zero) op.scale(c, beta);
+// The loops: C := C + alpha * op(A) * op(B), or C := alpha * op(A) * op(B).
+inline void blocked_loops(const OperationRecord& op, const BlockRecord& block,
+                          const PackBuffer& buffer, const MatrixDescriptor& a,
+                          const MatrixDescriptor& b, const MatrixDescriptor& c, const void* alpha,
+                          bool store) {
   const int m = c.rows;
   const int n = c.cols;
   const int k = a.cols;
-  const BlockRecord block = size_blocks(m, n, k, kc, op, numbers);
-  const PackBuffer buffer(block);
-  if (!buffer.is_had()) {
-    report_no_buffer(op.name);
-    return op.simple_loops(a, b, c, alpha, beta_is_zero ? beta : op.one);
-  }
   const PackFactor a_factor = {alpha, (a.flags & conjugate_transposed) != 0};
   const PackFactor b_factor = {nullptr, (b.flags & conjugate_transposed) != 0};
   const auto pack_a = op.pack_a[a.is_plain() ? along_strip : along_k];
@@ -84,7 +77,7 @@ inline void blocked_product(const OperationRecord& op, const BlockNumbers& numbe
       for (int j = 0; j < n; j += block.nc) {
         const int columns = least(n - j, block.nc);
         pack_b(b.at(p, j), b.ld, columns, depth, b_factor, buffer.b());
-        const bool overwrite = beta_is_zero && p == 0;
+        const bool overwrite = store && p == 0;
         if (j > 0) {
           op.kernel({rows, columns, depth, buffer.a(), buffer.b(), c.at(i, j), c.ld, overwrite});
           continue;
@@ -100,6 +93,22 @@ inline void blocked_product(const OperationRecord& op, const BlockNumbers& numbe
       }
     }
   }
+}
+
+// C := alpha * op(A) * op(B) + beta * C, alpha not being 0 and k not 0.
+inline void blocked_product(const OperationRecord& op, const BlockNumbers& numbers, int kc,
+                            const MatrixDescriptor& a, const MatrixDescriptor& b,
+                            const MatrixDescriptor& c, const void* alpha, const void* beta,
+                            bool beta_is_zero) {
+  // From here on C counts as it is, except that zero is stored by the first block of k.
+  if (!beta_is_zero) op.scale(c, beta);
+  const BlockRecord block = size_blocks(c.rows, c.cols, a.cols, kc, op, numbers);
+  const PackBuffer buffer(block);
+  if (!buffer.is_had()) {
+    report_no_buffer(op.name);
+    return op.simple_loops(a, b, c, alpha, beta_is_zero ? beta : op.one);
+  }
+  blocked_loops(op, block, buffer, a, b, c, alpha, beta_is_zero);
 }
 
 }  // namespace qsl::QSL_LEVEL

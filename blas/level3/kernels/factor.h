@@ -78,13 +78,36 @@ QSL_INLINE Vector times(Vector x, const typename Vector::Element* factor) {
   return add_sub(x * dup_even(pair), swap_pairs(x) * dup_odd(pair));
 }
 
+// The bits of a scalar: a comparison of them does not depend on the caller's floating-point mode,
+// in which a denormal number might count as zero.
+struct [[gnu::may_alias]] DoubleWords {
+  unsigned low, high;
+};
+struct [[gnu::may_alias]] FloatWord {
+  unsigned word;
+};
+QSL_INLINE bool is_zero(const double* x) {
+  const auto* bits = reinterpret_cast<const DoubleWords*>(x);
+  return (bits->low | (bits->high << 1)) == 0;
+}
+QSL_INLINE bool is_zero(const float* x) {
+  return reinterpret_cast<const FloatWord*>(x)->word << 1 == 0;
+}
+QSL_INLINE bool is_one(const double* x) {
+  const auto* bits = reinterpret_cast<const DoubleWords*>(x);
+  return bits->low == 0 && bits->high == 0x3ff00000;
+}
+QSL_INLINE bool is_one(const float* x) {
+  return reinterpret_cast<const FloatWord*>(x)->word == 0x3f800000;
+}
+
 template <class Scalar>
 QSL_INLINE bool is_one(const Scalar* factor, int parts) {
-  return factor[0] == 1 && (parts == 1 || factor[1] == 0);
+  return is_one(factor) && (parts == 1 || is_zero(factor + 1));
 }
 template <class Scalar>
 QSL_INLINE bool is_zero(const Scalar* factor, int parts) {
-  return factor[0] == 0 && (parts == 1 || factor[1] == 0);
+  return is_zero(factor) && (parts == 1 || is_zero(factor + 1));
 }
 
 // body(factor), with the form of the factor that does least.

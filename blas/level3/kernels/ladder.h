@@ -1,6 +1,6 @@
 // The matrix product of levels p4 and cnr.
 //
-// k is cut in blocks of 104; the loops of blocked.h run in one of three orders, which a ladder of
+// k is cut in blocks of 104; the loops of blocked.h run in one of four orders, which a ladder of
 // size tests selects.
 #pragma once
 
@@ -20,7 +20,7 @@ inline constexpr int ladder_b_bytes = 8 * ladder_depth * 16;
 inline constexpr int ladder_panel = 256;
 
 enum class LadderOrder {
-  simple,        // all columns of B at once: the long form of the buffer
+  whole,         // all columns of B at once: the long form of the buffer
   left_inside,   // strips of A are packed in the inner loop, against a few strips of B
   right_inside,  // a strip of B is packed in the inner loop, against all rows of a block of A
   transposed,    // as left_inside, panel by panel of columns
@@ -29,7 +29,7 @@ enum class LadderOrder {
 inline LadderOrder ladder_order(int m, int n, int k) {
   if (n < 101) {
     if (m >= 250 || k < 101) return LadderOrder::left_inside;
-    return n < 80 ? LadderOrder::simple : LadderOrder::right_inside;
+    return n < 80 ? LadderOrder::whole : LadderOrder::right_inside;
   }
   if (n > 600 && m < n - 100 && m < 601) return LadderOrder::transposed;
   return LadderOrder::left_inside;
@@ -50,23 +50,32 @@ inline void ladder_product(const MatrixDescriptor& a, const MatrixDescriptor& b,
     return op.scale(c, beta);
   }
   if (c.rows < 4 || a.cols < 8 || c.cols < 8) return op.simple_loops(a, b, c, alpha, beta);
-  const auto multiply = [&](const BlockNumbers& numbers, const MatrixDescriptor& b_part,
-                            const MatrixDescriptor& c_part) {
-    blocked_product(op, numbers, ladder_depth, a, b_part, c_part, alpha, beta, beta_is_zero);
+  const auto multiply = [&](const BlockNumbers& numbers) QSL_INLINE_LAMBDA {
+    blocked_product(op, numbers, ladder_depth, a, b, c, alpha, beta, beta_is_zero);
   };
   switch (ladder_order(c.rows, c.cols, a.cols)) {
-    case LadderOrder::simple:
-      return multiply({mc, c.cols, c.cols, ladder_buffer}, b, c);
+    case LadderOrder::whole:
+      return multiply({mc, c.cols, c.cols, ladder_buffer});
     case LadderOrder::left_inside:
-      return multiply({mc, nc, nc, ladder_buffer}, b, c);
+      return multiply({mc, nc, nc, ladder_buffer});
     case LadderOrder::right_inside:
-      return multiply({mc, op.tile.nr, op.tile.nr, ladder_buffer}, b, c);
+      return multiply({mc, op.tile.nr, op.tile.nr, ladder_buffer});
     case LadderOrder::transposed:
       break;
   }
+  // One buffer serves all panels.
+  if (!beta_is_zero) op.scale(c, beta);
+  const BlockRecord block =
+      size_blocks(c.rows, ladder_panel, a.cols, ladder_depth, op, {mc, nc, nc, ladder_buffer});
+  const PackBuffer buffer(block);
+  if (!buffer.is_had()) {
+    report_no_buffer(op.name);
+    return op.simple_loops(a, b, c, alpha, beta_is_zero ? beta : op.one);
+  }
   for (int j = 0; j < c.cols; j += ladder_panel) {
     const int columns = least(c.cols - j, ladder_panel);
-    multiply({mc, nc, nc, ladder_buffer}, columns_of(b, j, columns), columns_of(c, j, columns));
+    blocked_loops(op, block, buffer, a, columns_of(b, j, columns), columns_of(c, j, columns), alpha,
+                  beta_is_zero);
   }
 }
 

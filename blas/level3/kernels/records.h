@@ -26,9 +26,10 @@ struct MatrixDescriptor {
   bool is_plain() const { return (flags & plain) != 0; }
 };
 
-// Offsets are pointer-sized: on a 32-bit machine an array is smaller than that.
+// Offsets are computed modulo 2^32, as addresses are.
 inline char* column_major_address(const MatrixDescriptor& x, int row, int col) {
-  return static_cast<char*>(const_cast<void*>(x.data)) + (row + col * x.ld) * x.element_size;
+  const auto element = static_cast<std::size_t>(row) + static_cast<std::size_t>(col) * x.ld;
+  return static_cast<char*>(const_cast<void*>(x.data)) + element * x.element_size;
 }
 inline char* transposed_address(const MatrixDescriptor& x, int row, int col) {
   return column_major_address(x, col, row);

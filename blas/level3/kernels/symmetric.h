@@ -42,13 +42,17 @@ inline void fill_square(bool lower, int n, const double* a, int lda, double* squ
   }
 }
 
+// The leaf's square lies in a function of its own, or every level of the recursion had one.
+[[gnu::noinline]] inline void symmetric_leaf(const SymmetricProduct& p, int n, const double* a,
+                                             const double* b, const double* beta, double* c) {
+  double square[leaf_order * leaf_order];
+  fill_square(p.lower, n, a, p.lda, square);
+  p.multiply(0, n, n, square, leaf_order, b, beta, c);
+}
+
 inline void symmetric_product(const SymmetricProduct& p, int n, const double* a, const double* b,
                               const double* beta, double* c) {
-  if (n <= leaf_order) {
-    double square[leaf_order * leaf_order];
-    fill_square(p.lower, n, a, p.lda, square);
-    return p.multiply(0, n, n, square, leaf_order, b, beta, c);
-  }
+  if (n <= leaf_order) return symmetric_leaf(p, n, a, b, beta, c);
   const int half = first_half(n);
   const int rest = n - half;
   // The block below the diagonal: stored, or the transpose of the one above.
@@ -86,14 +90,17 @@ inline void add_triangle(const TriangleProduct& p, int n, const double* square, 
   }
 }
 
+[[gnu::noinline]] inline void triangle_leaf(const TriangleProduct& p, int n, const double* a,
+                                            const double* b, double* c) {
+  double square[leaf_order * leaf_order];
+  product_of(p.transa, p.transb, n, n, p.k, p.alpha, a, p.lda, b, p.ldb, &no_share, square,
+             leaf_order);
+  add_triangle(p, n, square, c);
+}
+
 inline void triangle_product(const TriangleProduct& p, int n, const double* a, const double* b,
                              double* c) {
-  if (n <= leaf_order) {
-    double square[leaf_order * leaf_order];
-    product_of(p.transa, p.transb, n, n, p.k, p.alpha, a, p.lda, b, p.ldb, &no_share, square,
-               leaf_order);
-    return add_triangle(p, n, square, c);
-  }
+  if (n <= leaf_order) return triangle_leaf(p, n, a, b, c);
   const int half = first_half(n);
   const int rest = n - half;
   const double* a2 = at(a, p.lda, p.transa, half, 0);
