@@ -51,6 +51,14 @@ struct f64 {
 QSL_INLINE f64 operator+(f64 a, f64 b) { return {_mm_add_sd(a.v, b.v)}; }
 QSL_INLINE f64 operator*(f64 a, f64 b) { return {_mm_mul_sd(a.v, b.v)}; }
 
+QSL_INLINE f64 operator-(f64 a, f64 b) { return {_mm_sub_sd(a.v, b.v)}; }
+QSL_INLINE f64 operator/(f64 a, f64 b) { return {_mm_div_sd(a.v, b.v)}; }
+// Comparisons are false for a NaN.
+QSL_INLINE bool operator>(f64 a, f64 b) { return _mm_comigt_sd(a.v, b.v) != 0; }
+QSL_INLINE bool operator>=(f64 a, f64 b) { return _mm_comige_sd(a.v, b.v) != 0; }
+QSL_INLINE bool is_nan(f64 a) { return _mm_comineq_sd(a.v, a.v) != 0; }
+QSL_INLINE f64 square_root(f64 a) { return {_mm_sqrt_sd(a.v, a.v)}; }
+
 // a * b + c
 QSL_INLINE f64 mul_add(f64 a, f64 b, f64 c) {
 #if defined(__FMA__)
@@ -151,6 +159,21 @@ QSL_INLINE f64x2 add_sub(f64x2 a, f64x2 b) {
 #else
   return a + negate_even(b);
 #endif
+}
+
+QSL_INLINE f64x2 negate(f64x2 a) { return {_mm_xor_pd(a.v, _mm_set1_pd(-0.0))}; }
+QSL_INLINE f64x2 absolute(f64x2 a) { return {_mm_andnot_pd(_mm_set1_pd(-0.0), a.v)}; }
+// The greater one of each lane; b where either is NaN.
+QSL_INLINE f64x2 greater_of(f64x2 a, f64x2 b) { return {_mm_max_pd(a.v, b.v)}; }
+// One bit for each lane in which a == b.
+QSL_INLINE int equal_lanes(f64x2 a, f64x2 b) { return _mm_movemask_pd(_mm_cmpeq_pd(a.v, b.v)); }
+// One bit for each lane that is NaN.
+QSL_INLINE int nan_lanes(f64x2 a) { return _mm_movemask_pd(_mm_cmpunord_pd(a.v, a.v)); }
+// The first `count` lanes of a, the others of b.
+template <int count>
+QSL_INLINE f64x2 first_then(f64x2 a, f64x2 b) {
+  if constexpr (count == 0) return b;
+  return {_mm_move_sd(b.v, a.v)};
 }
 
 QSL_INLINE f64x2 first_pair(f64x2 a) { return a; }

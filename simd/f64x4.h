@@ -79,6 +79,20 @@ QSL_INLINE f64x4 negate_odd(f64x4 a) {
 }
 QSL_INLINE f64x4 add_sub(f64x4 a, f64x4 b) { return {_mm256_addsub_pd(a.v, b.v)}; }
 
+QSL_INLINE f64x4 negate(f64x4 a) { return {_mm256_xor_pd(a.v, _mm256_set1_pd(-0.0))}; }
+QSL_INLINE f64x4 absolute(f64x4 a) { return {_mm256_andnot_pd(_mm256_set1_pd(-0.0), a.v)}; }
+QSL_INLINE f64x4 greater_of(f64x4 a, f64x4 b) { return {_mm256_max_pd(a.v, b.v)}; }
+QSL_INLINE int equal_lanes(f64x4 a, f64x4 b) {
+  return _mm256_movemask_pd(_mm256_cmp_pd(a.v, b.v, _CMP_EQ_OQ));
+}
+QSL_INLINE int nan_lanes(f64x4 a) {
+  return _mm256_movemask_pd(_mm256_cmp_pd(a.v, a.v, _CMP_UNORD_Q));
+}
+template <int count>
+QSL_INLINE f64x4 first_then(f64x4 a, f64x4 b) {
+  return {_mm256_blend_pd(b.v, a.v, (1 << count) - 1)};
+}
+
 QSL_INLINE f64x2 first_pair(f64x4 a) { return {_mm256_castpd256_pd128(a.v)}; }
 
 QSL_INLINE f64x2 lower_half(f64x4 a) { return {_mm256_castpd256_pd128(a.v)}; }

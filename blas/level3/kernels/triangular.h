@@ -10,9 +10,6 @@
 namespace qsl::QSL_LEVEL {
 
 template <class Type>
-inline constexpr typename Type::Scalar minus_one[2] = {-1, 0};
-
-template <class Type>
 struct TriangularCall {
   using Scalar = typename Type::Scalar;
   using Element = typename Type::Element;
