@@ -163,12 +163,20 @@ QSL_INLINE f64x2 add_sub(f64x2 a, f64x2 b) {
 
 QSL_INLINE f64x2 negate(f64x2 a) { return {_mm_xor_pd(a.v, _mm_set1_pd(-0.0))}; }
 QSL_INLINE f64x2 absolute(f64x2 a) { return {_mm_andnot_pd(_mm_set1_pd(-0.0), a.v)}; }
+// a, not negative, with the signs of b
+QSL_INLINE f64x2 with_sign_of(f64x2 a, f64x2 b) {
+  return {_mm_or_pd(a.v, _mm_and_pd(b.v, _mm_set1_pd(-0.0)))};
+}
 // The greater one of each lane; b where either is NaN.
 QSL_INLINE f64x2 greater_of(f64x2 a, f64x2 b) { return {_mm_max_pd(a.v, b.v)}; }
 // One bit for each lane in which a == b.
 QSL_INLINE int equal_lanes(f64x2 a, f64x2 b) { return _mm_movemask_pd(_mm_cmpeq_pd(a.v, b.v)); }
 // One bit for each lane that is NaN.
 QSL_INLINE int nan_lanes(f64x2 a) { return _mm_movemask_pd(_mm_cmpunord_pd(a.v, a.v)); }
+// The lanes of a where the mask's bits are all ones, those of b where they are zeros.
+QSL_INLINE f64x2 select(f64x2 mask, f64x2 a, f64x2 b) {
+  return {_mm_or_pd(_mm_and_pd(mask.v, a.v), _mm_andnot_pd(mask.v, b.v))};
+}
 // The first `count` lanes of a, the others of b.
 template <int count>
 QSL_INLINE f64x2 first_then(f64x2 a, f64x2 b) {

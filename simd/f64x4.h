@@ -81,12 +81,20 @@ QSL_INLINE f64x4 add_sub(f64x4 a, f64x4 b) { return {_mm256_addsub_pd(a.v, b.v)}
 
 QSL_INLINE f64x4 negate(f64x4 a) { return {_mm256_xor_pd(a.v, _mm256_set1_pd(-0.0))}; }
 QSL_INLINE f64x4 absolute(f64x4 a) { return {_mm256_andnot_pd(_mm256_set1_pd(-0.0), a.v)}; }
+QSL_INLINE f64x4 with_sign_of(f64x4 a, f64x4 b) {
+  return {_mm256_or_pd(a.v, _mm256_and_pd(b.v, _mm256_set1_pd(-0.0)))};
+}
 QSL_INLINE f64x4 greater_of(f64x4 a, f64x4 b) { return {_mm256_max_pd(a.v, b.v)}; }
 QSL_INLINE int equal_lanes(f64x4 a, f64x4 b) {
   return _mm256_movemask_pd(_mm256_cmp_pd(a.v, b.v, _CMP_EQ_OQ));
 }
 QSL_INLINE int nan_lanes(f64x4 a) {
   return _mm256_movemask_pd(_mm256_cmp_pd(a.v, a.v, _CMP_UNORD_Q));
+}
+QSL_INLINE f64x4 select(f64x4 mask, f64x4 a, f64x4 b) {
+  // The compiler would compare the mask with zero first.
+  asm("" : "+x"(mask.v));
+  return {_mm256_blendv_pd(b.v, a.v, mask.v)};
 }
 template <int count>
 QSL_INLINE f64x4 first_then(f64x4 a, f64x4 b) {

@@ -56,9 +56,10 @@ struct FixedStep {
   QSL_INLINE int k() const { return k_; }
   // The register that row k is in.
   QSL_INLINE int own() const { return k_ / register_rows; }
+  QSL_INLINE bool is_last_row() const { return k_ + 1 == n; }
   template <class Body>
-  QSL_INLINE void columns(const Body& body) const {
-    unroll<n>([&](auto c) QSL_INLINE_LAMBDA { body(c.value); });
+  QSL_INLINE void earlier_columns(const Body& body) const {
+    unroll<k_>([&](auto c) QSL_INLINE_LAMBDA { body(c.value); });
   }
   template <class Body>
   QSL_INLINE void later_columns(const Body& body) const {
@@ -75,16 +76,41 @@ struct FixedStep {
   }
 };
 
+// The same with a number of columns that is known at run time only; m <= the rows of the registers.
+template <int k_, int registers, int register_rows>
+struct RowStep {
+  static constexpr int place = k_ % register_rows;
+  int m, n;
+
+  QSL_INLINE int k() const { return k_; }
+  QSL_INLINE int own() const { return k_ / register_rows; }
+  QSL_INLINE bool is_last_row() const { return k_ + 1 == m; }
+  template <class Body>
+  QSL_INLINE void earlier_columns(const Body& body) const {
+    for (int c = 0; c < k_; c++) body(c);
+  }
+  template <class Body>
+  QSL_INLINE void later_columns(const Body& body) const {
+    for (int c = k_ + 1; c < n; c++) body(c);
+  }
+  template <class Body>
+  QSL_INLINE void later_registers(const Body& body) const {
+    constexpr int first = k_ / register_rows + 1;
+    unroll<registers - first>([&](auto i) QSL_INLINE_LAMBDA { body(first + i.value); });
+  }
+};
+
 template <int place_>
 struct LoopStep {
   static constexpr int place = place_;
-  int k_, own_, n, registers;
+  int k_, own_, m, n, registers;
 
   QSL_INLINE int k() const { return k_; }
   QSL_INLINE int own() const { return own_; }
+  QSL_INLINE bool is_last_row() const { return k_ + 1 == m; }
   template <class Body>
-  QSL_INLINE void columns(const Body& body) const {
-    for (int c = 0; c < n; c++) body(c);
+  QSL_INLINE void earlier_columns(const Body& body) const {
+    for (int c = 0; c < k_; c++) body(c);
   }
   template <class Body>
   QSL_INLINE void later_columns(const Body& body) const {
@@ -100,7 +126,8 @@ struct LoopStep {
   }
 };
 
-// body(step) for the rows 0 to steps - 1, or from the last one to the first.
+// body(step) for the rows of a square matrix, or of a part of m by n, from the first one to the last
+// or back.
 template <class Elements, int n, class Body>
 QSL_INLINE void fixed_steps(const Body& body) {
   constexpr int rows = rows_of_register<Elements>;
@@ -115,24 +142,35 @@ QSL_INLINE void fixed_steps_back(const Body& body) {
     body(FixedStep<n - 1 - k.value, n, registers_for<Elements>(n), rows>{});
   });
 }
-template <class Elements, class Body>
-QSL_INLINE void loop_steps(int steps, int n, int registers, const Body& body) {
+template <class Elements, int registers, class Body>
+QSL_INLINE void row_steps(int m, int n, const Body& body) {
   constexpr int rows = rows_of_register<Elements>;
+  const int steps = m < n ? m : n;
+  unroll<registers * rows>([&](auto k) QSL_INLINE_LAMBDA {
+    if (k.value < steps) body(RowStep<k.value, registers, rows>{m, n});
+  });
+}
+template <class Elements, class Body>
+QSL_INLINE void loop_steps(int m, int n, const Body& body) {
+  constexpr int rows = rows_of_register<Elements>;
+  const int steps = m < n ? m : n;
+  const int registers = registers_for<Elements>(m);
   for (int own = 0; own < registers; own++) {
     unroll<rows>([&](auto place) QSL_INLINE_LAMBDA {
       const int k = own * rows + place.value;
-      if (k < steps) body(LoopStep<place.value>{k, own, n, registers});
+      if (k < steps) body(LoopStep<place.value>{k, own, m, n, registers});
     });
   }
 }
 template <class Elements, class Body>
-QSL_INLINE void loop_steps_back(int steps, int n, int registers, const Body& body) {
+QSL_INLINE void loop_steps_back(int n, const Body& body) {
   constexpr int rows = rows_of_register<Elements>;
+  const int registers = registers_for<Elements>(n);
   for (int own = registers - 1; own >= 0; own--) {
     unroll<rows>([&](auto from_end) QSL_INLINE_LAMBDA {
       constexpr int place = rows - 1 - from_end.value;
       const int k = own * rows + place;
-      if (k < steps) body(LoopStep<place>{k, own, n, registers});
+      if (k < n) body(LoopStep<place>{k, own, n, n, registers});
     });
   }
 }

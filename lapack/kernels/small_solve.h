@@ -154,11 +154,11 @@ struct LoopOrder {
   QSL_INLINE int n() const { return n_; }
   template <class Body>
   QSL_INLINE void steps(const Body& body) const {
-    loop_steps<Elements>(n_, n_, registers_for<Elements>(n_), body);
+    loop_steps<Elements>(n_, n_, body);
   }
   template <class Body>
   QSL_INLINE void steps_back(const Body& body) const {
-    loop_steps_back<Elements>(n_, n_, registers_for<Elements>(n_), body);
+    loop_steps_back<Elements>(n_, body);
   }
 };
 
