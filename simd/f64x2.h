@@ -126,6 +126,14 @@ QSL_INLINE f64x2 mul_add(f64x2 a, f64x2 b, f64x2 c) {
   return a * b + c;
 #endif
 }
+// c - a * b
+QSL_INLINE f64x2 neg_mul_add(f64x2 a, f64x2 b, f64x2 c) {
+#if defined(__FMA__)
+  return {_mm_fnmadd_pd(a.v, b.v, c.v)};
+#else
+  return c - a * b;
+#endif
+}
 #if defined(__FMA__)
 // a * b - c in even lanes, a * b + c in odd ones
 QSL_INLINE f64x2 mul_sub_add(f64x2 a, f64x2 b, f64x2 c) { return {_mm_fmaddsub_pd(a.v, b.v, c.v)}; }
@@ -144,6 +152,16 @@ QSL_INLINE f64x2 dup_even(f64x2 a) {
 }
 // (a1, a1)
 QSL_INLINE f64x2 dup_odd(f64x2 a) { return {_mm_unpackhi_pd(a.v, a.v)}; }
+// Lane `lane` in all lanes; pair `pair` in all pairs.
+template <int lane>
+QSL_INLINE f64x2 broadcast_lane(f64x2 a) {
+  if constexpr (lane == 0) return dup_even(a);
+  return dup_odd(a);
+}
+template <int pair>
+QSL_INLINE f64x2 broadcast_pair_of(f64x2 a) {
+  return a;
+}
 // (a1, a0)
 QSL_INLINE f64x2 swap_pairs(f64x2 a) { return {_mm_shuffle_pd(a.v, a.v, 1)}; }
 // (a1, b0): the pair that straddles two neighbours

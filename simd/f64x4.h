@@ -62,6 +62,13 @@ QSL_INLINE f64x4 mul_add(f64x4 a, f64x4 b, f64x4 c) {
   return a * b + c;
 #endif
 }
+QSL_INLINE f64x4 neg_mul_add(f64x4 a, f64x4 b, f64x4 c) {
+#if defined(__FMA__)
+  return {_mm256_fnmadd_pd(a.v, b.v, c.v)};
+#else
+  return c - a * b;
+#endif
+}
 #if defined(__FMA__)
 QSL_INLINE f64x4 mul_sub_add(f64x4 a, f64x4 b, f64x4 c) {
   return {_mm256_fmaddsub_pd(a.v, b.v, c.v)};
@@ -70,6 +77,14 @@ QSL_INLINE f64x4 mul_sub_add(f64x4 a, f64x4 b, f64x4 c) {
 
 QSL_INLINE f64x4 dup_even(f64x4 a) { return {_mm256_movedup_pd(a.v)}; }
 QSL_INLINE f64x4 dup_odd(f64x4 a) { return {_mm256_permute_pd(a.v, 0xf)}; }
+template <int pair>
+QSL_INLINE f64x4 broadcast_pair_of(f64x4 a) {
+  return {_mm256_permute2f128_pd(a.v, a.v, pair == 0 ? 0x00 : 0x11)};
+}
+template <int lane>
+QSL_INLINE f64x4 broadcast_lane(f64x4 a) {
+  return broadcast_pair_of<lane / 2>({_mm256_permute_pd(a.v, lane % 2 == 0 ? 0x0 : 0xf)});
+}
 QSL_INLINE f64x4 swap_pairs(f64x4 a) { return {_mm256_permute_pd(a.v, 0x5)}; }
 QSL_INLINE f64x4 negate_even(f64x4 a) {
   return {_mm256_xor_pd(a.v, _mm256_set_pd(0.0, -0.0, 0.0, -0.0))};

@@ -1,4 +1,5 @@
 // What the search for NaN looks at, and whether it is wanted.
+#include "blas/factor.h"
 #include "lapack/c_interface/c_interface.h"
 #include "lapack/routines.h"
 #include "runtime/dispatch/environment.h"
@@ -13,6 +14,8 @@ int nancheck = kUndecided;
 constexpr int kShortColumn = 16;
 constexpr int kShortRow = 5;
 constexpr int kNarrowBand = 6;
+// So few doubles that a kernel's call takes longer than they do.
+constexpr int kFewDoubles = 8;
 
 // What is not there and what does not fit the buffer leave the check on.
 int decide() {
@@ -23,14 +26,32 @@ int decide() {
 
 int least(int a, int b) { return a < b ? a : b; }
 
+// By its bits, as everything about floating-point values here.
+bool is_nan(const double* x) {
+  const auto* bits = reinterpret_cast<const qsl::blas::DoubleBits*>(x);
+  return ((bits->high << 1) | (bits->low != 0 ? 1u : 0u)) > 0xffe00000u;
+}
+
+// `count` runs of `length` doubles. Short ones that lie end to end are one.
+int nan_in_runs(bool direct, int count, int length, const double* a, int step) {
+  if (length <= 0 || count <= 0) return 0;
+  if (!direct || length != step) return qsl_dispatch_nan_in_runs(direct, count, length, a, step);
+  const int doubles = count * length;
+  if (doubles > kFewDoubles) return qsl_dispatch_nan_in_runs(1, 1, doubles, a, doubles);
+  for (int i = 0; i < doubles; i++) {
+    if (is_nan(a + i)) return 1;
+  }
+  return 0;
+}
+
 // A matrix whose elements are `parts` doubles.
 int general_nancheck(int layout, int m, int n, const double* a, int ld, int parts) {
   if (a == nullptr) return 0;
   if (layout == CblasColMajor) {
-    return qsl_dispatch_nan_in_runs(m < kShortColumn, n, least(m, ld) * parts, a, ld * parts);
+    return nan_in_runs(m < kShortColumn, n, least(m, ld) * parts, a, ld * parts);
   }
   if (layout == CblasRowMajor) {
-    return qsl_dispatch_nan_in_runs(n < kShortRow, m, least(n, ld) * parts, a, ld * parts);
+    return nan_in_runs(n < kShortRow, m, least(n, ld) * parts, a, ld * parts);
   }
   return 0;
 }

@@ -8,15 +8,16 @@
 
 namespace qsl::QSL_LEVEL {
 
-// One column after another, by its own length: column(j, start, length).
-template <class Column>
-QSL_INLINE bool any_element_is_nan(int count, const Column& column) {
-  for (int j = 0; j < count; j++) {
-    int length;
-    const double* x = column(j, length);
-    for (int i = 0; i < length; i++) {
-      if (is_nan(f64::load(x + i))) return true;
-    }
+// Each element, a register of them at a time.
+template <class Vector>
+QSL_INLINE bool element_is_nan(int length, const double* x) {
+  constexpr int lanes = Vector::lanes;
+  for (; length >= lanes; length -= lanes) {
+    if (nan_lanes(Vector::load(x)) != 0) return true;
+    x += lanes;
+  }
+  for (; length > 0; length--) {
+    if (is_nan(f64::load(x++))) return true;
   }
   return false;
 }
@@ -37,18 +38,30 @@ QSL_INLINE bool sum_is_nan(int length, const double* x) {
   return is_nan(rest);
 }
 
+// Any of `count` columns: column(j, length) is where it starts, and how long it is.
+template <class Vector, class Column>
+QSL_INLINE bool any_sum_is_nan(int count, const Column& column) {
+  for (int j = 0; j < count; j++) {
+    int length;
+    const double* x = column(j, length);
+    if (sum_is_nan<Vector>(length, x)) return true;
+  }
+  return false;
+}
+template <class Vector, class Column>
+QSL_INLINE bool any_element_is_nan(int count, const Column& column) {
+  for (int j = 0; j < count; j++) {
+    int length;
+    const double* x = column(j, length);
+    if (element_is_nan<Vector>(length, x)) return true;
+  }
+  return false;
+}
+
 template <class Vector, class Column>
 QSL_INLINE int has_nan(bool direct, int count, const Column& column) {
-  if (!direct) {
-    bool suspicious = false;
-    for (int j = 0; j < count && !suspicious; j++) {
-      int length;
-      const double* x = column(j, length);
-      suspicious = sum_is_nan<Vector>(length, x);
-    }
-    if (!suspicious) return 0;
-  }
-  return any_element_is_nan(count, column) ? 1 : 0;
+  if (!direct && !any_sum_is_nan<Vector>(count, column)) return 0;
+  return any_element_is_nan<Vector>(count, column) ? 1 : 0;
 }
 
 }  // namespace qsl::QSL_LEVEL

@@ -3,9 +3,9 @@
 #pragma once
 
 #include "blas/level3/kernels/division.h"
+#include "blas/level3/kernels/small_matrix.h"
 #include "lapack/kernels/magnitude.h"
 #include "lapack/kernels/pivot_column.h"
-#include "lapack/kernels/small_matrix.h"
 
 namespace qsl::QSL_LEVEL {
 
@@ -246,27 +246,12 @@ template <class Elements, int n>
   return first_zero;
 }
 
-// The elements in the narrowest registers, for matrices that they hold.
-template <class Elements, bool narrow>
-struct Fitting {
-  using Type = Elements;
-};
-template <class Vector>
-struct Fitting<RealElements<Vector>, true> {
-  using Type = RealElements<f64x2>;
-};
-template <class Vector>
-struct Fitting<ComplexElements<Vector>, true> {
-  using Type = ComplexElements<f64x2>;
-};
-
 template <class Elements, int n = largest_fixed_order>
 QSL_INLINE int lu_by_order(int order, double* a, int lda, int* ipiv) {
   if constexpr (n > 1) {
     if (order < n) return lu_by_order<Elements, n - 1>(order, a, lda, ipiv);
   }
-  return lu_fixed<typename Fitting<Elements, (n * Elements::unit <= Elements::Narrow::lanes)>::Type,
-                  n>(a, lda, ipiv);
+  return lu_fixed<FittingRows<Elements, n>, n>(a, lda, ipiv);
 }
 
 template <class Elements>

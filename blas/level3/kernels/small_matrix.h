@@ -70,10 +70,6 @@ struct FixedStep {
     constexpr int first = k_ / register_rows + 1;
     unroll<registers - first>([&](auto i) QSL_INLINE_LAMBDA { body(first + i.value); });
   }
-  template <class Body>
-  QSL_INLINE void earlier_registers(const Body& body) const {
-    unroll<k_ / register_rows>([&](auto i) QSL_INLINE_LAMBDA { body(i.value); });
-  }
 };
 
 // The same with a number of columns that is known at run time only; m <= the rows of the registers.
@@ -120,26 +116,14 @@ struct LoopStep {
   QSL_INLINE void later_registers(const Body& body) const {
     for (int i = own_ + 1; i < registers; i++) body(i);
   }
-  template <class Body>
-  QSL_INLINE void earlier_registers(const Body& body) const {
-    for (int i = 0; i < own_; i++) body(i);
-  }
 };
 
-// body(step) for the rows of a square matrix, or of a part of m by n, from the first one to the last
-// or back.
+// body(step) for the rows of a square matrix, or of one of m by n.
 template <class Elements, int n, class Body>
 QSL_INLINE void fixed_steps(const Body& body) {
   constexpr int rows = rows_of_register<Elements>;
   unroll<n>([&](auto k) QSL_INLINE_LAMBDA {
     body(FixedStep<k.value, n, registers_for<Elements>(n), rows>{});
-  });
-}
-template <class Elements, int n, class Body>
-QSL_INLINE void fixed_steps_back(const Body& body) {
-  constexpr int rows = rows_of_register<Elements>;
-  unroll<n>([&](auto k) QSL_INLINE_LAMBDA {
-    body(FixedStep<n - 1 - k.value, n, registers_for<Elements>(n), rows>{});
   });
 }
 template <class Elements, int registers, class Body>
@@ -162,19 +146,6 @@ QSL_INLINE void loop_steps(int m, int n, const Body& body) {
     });
   }
 }
-template <class Elements, class Body>
-QSL_INLINE void loop_steps_back(int n, const Body& body) {
-  constexpr int rows = rows_of_register<Elements>;
-  const int registers = registers_for<Elements>(n);
-  for (int own = registers - 1; own >= 0; own--) {
-    unroll<rows>([&](auto from_end) QSL_INLINE_LAMBDA {
-      constexpr int place = rows - 1 - from_end.value;
-      const int k = own * rows + place;
-      if (k < n) body(LoopStep<place>{k, own, n, n, registers});
-    });
-  }
-}
-
 // From lane `first` on x, before it y.
 template <int first, class Vector>
 QSL_INLINE Vector from_lane(Vector x, Vector y) {
@@ -184,5 +155,32 @@ QSL_INLINE Vector from_lane(Vector x, Vector y) {
     return first_then<first>(y, x);
   }
 }
+
+// Up to lane `end` x, from there on y.
+template <int end, class Vector>
+QSL_INLINE Vector up_to_lane(Vector x, Vector y) {
+  if constexpr (end == Vector::lanes) {
+    return x;
+  } else {
+    return first_then<end>(x, y);
+  }
+}
+
+// The elements in the narrowest registers, for columns of so few rows that they hold them.
+template <class Elements, bool narrow>
+struct Fitting {
+  using Type = Elements;
+};
+template <class Vector>
+struct Fitting<RealElements<Vector>, true> {
+  using Type = RealElements<f64x2>;
+};
+template <class Vector>
+struct Fitting<ComplexElements<Vector>, true> {
+  using Type = ComplexElements<f64x2>;
+};
+template <class Elements, int rows>
+using FittingRows =
+    typename Fitting<Elements, (rows * Elements::unit <= Elements::Narrow::lanes)>::Type;
 
 }  // namespace qsl::QSL_LEVEL
