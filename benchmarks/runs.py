@@ -27,6 +27,7 @@ class Group:
 # Long calls need fewer rounds: one of them is an average over many interruptions.
 GROUPS = [
     Group("vectors", "bench_level1", "/{}/"),
+    Group("bands", "bench_band", "^zgbmv-[NTC]/{}/", share=0.5),
     Group("memory", "bench_memory", ".", "none"),
     Group("small products", "bench_level3", "^[dzc]gemm/{}/[0-9][0-9]?$", share=0.5),
     Group("products", "bench_level3", "^[dzc]gemm/{}/[0-9]00$", share=0.5),

@@ -7,6 +7,7 @@ from runs import LEVELS
 
 PEERS = ["openblas", "eigen"]
 NAMES = {"openblas": "OpenBLAS", "eigen": "Eigen"}
+BAND_PRODUCTS = ["zgbmv-N", "zgbmv-T", "zgbmv-C"]
 SMALL = range(4, 65)  # the sizes of the geometric mean
 
 
@@ -96,6 +97,19 @@ def pairs(results):
                     rows)
 
 
+def bands(results, routines):
+    """Band matrices: order and width of each band, ratios to the peers at the highest level."""
+    rows = []
+    for routine in routines:
+        ours = results.highest(routine)
+        for shape in results.shapes(routine):
+            rows.append([routine] + shape.split("x") + [results.rate(routine, shape, ours)] +
+                        [results.ratio(routine, shape, ours, peer) for peer in PEERS] +
+                        [results.better(routine, shape, ours, PEERS)])
+    return markdown(["routine", "n", "kl = ku", "GFLOP/s"] +
+                    [f"/ {NAMES[peer]}" for peer in PEERS] + ["/ the better peer"], rows)
+
+
 def tables(results):
     """{name: Markdown} of those that have rows."""
     made = {
@@ -108,6 +122,8 @@ def tables(results):
         "transposed": pairs(results),
         "zgemm": product(results, "zgemm"),
         "cgemm": product(results, "cgemm"),
+        "zgbmv": bands(results, BAND_PRODUCTS),
+        "zgbmv, lower levels": lower_types(results, BAND_PRODUCTS),
         "complex, lower levels": lower_types(results, ["zgemm", "cgemm"]),
     }
     return {name: text for name, text in made.items() if text}

@@ -29,4 +29,9 @@ inline bool is_zero(const complex_float* value) {
   return is_zero(&value->real) && is_zero(&value->imag);
 }
 
+inline bool is_one(const complex_double* value) {
+  const auto* real = reinterpret_cast<const DoubleBits*>(&value->real);
+  return real->low == 0 && real->high == 0x3ff00000u && is_zero(&value->imag);
+}
+
 }  // namespace qsl::blas

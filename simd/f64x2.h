@@ -100,6 +100,8 @@ struct f64x2 {
   QSL_INLINE static f64x2 broadcast_pair(const double* p) { return load(p); }
   // (x, 0)
   QSL_INLINE static f64x2 lower(f64 x) { return {_mm_move_sd(_mm_setzero_pd(), x.v)}; }
+  // x, and zeros where a register has more lanes
+  QSL_INLINE static f64x2 lower(f64x2 x) { return x; }
 
   QSL_INLINE void store(double* p) const { _mm_storeu_pd(p, v); }
   QSL_INLINE void store_aligned(double* p) const { _mm_store_pd(p, v); }

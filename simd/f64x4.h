@@ -26,6 +26,8 @@ struct f64x4 {
   QSL_INLINE static f64x4 lower(f64 x) {
     return {_mm256_insertf128_pd(_mm256_setzero_pd(), f64x2::lower(x).v, 0)};
   }
+  // (x0, x1, 0, 0)
+  QSL_INLINE static f64x4 lower(f64x2 x) { return {_mm256_zextpd128_pd256(x.v)}; }
 
   QSL_INLINE void store(double* p) const { _mm256_storeu_pd(p, v); }
   QSL_INLINE void store_aligned(double* p) const { _mm256_store_pd(p, v); }

@@ -31,6 +31,8 @@ struct f64x8 {
   QSL_INLINE static f64x8 broadcast_pair(const double* p) {
     return {_mm512_broadcast_f64x2(_mm_loadu_pd(p))};
   }
+  // (x0, x1, 0, ..., 0)
+  QSL_INLINE static f64x8 lower(f64x2 x) { return {_mm512_zextpd128_pd512(x.v)}; }
 
   QSL_INLINE void store(double* p) const { _mm512_storeu_pd(p, v); }
   QSL_INLINE void store_aligned(double* p) const { _mm512_store_pd(p, v); }

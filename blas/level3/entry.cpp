@@ -3,10 +3,10 @@
 //
 // The row-major product is the column-major product of the transposed problem: operands, options
 // and sizes change places, the bits of the result are the same.
+#include "blas/checks.h"
 #include "blas/level3/gemm_interface.h"
 #include "blas/selectors.h"
 #include "include/qsl/blas.h"
-#include "runtime/messages/messages.h"
 #include "runtime/verbose/wrapper.h"
 
 namespace qsl::blas {
@@ -33,11 +33,6 @@ struct Zgemm : ComplexDouble {
 };
 
 static int at_least_one(int size) { return size > 1 ? size : 1; }
-
-static bool is_transpose_option(char option) {
-  const int letter = option & ~0x20;
-  return letter == 'N' || letter == 'T' || letter == 'C';
-}
 
 // The position of the first bad argument; 0 when all are good.
 static int bad_argument(char transa, char transb, int m, int n, int k, int lda, int ldb, int ldc) {
@@ -81,22 +76,11 @@ template <class Routine>
               address(g.a), g.lda, address(g.b), g.ldb, address(g.beta), address(g.c), g.ldc);
 }
 
-// The first call of a routine that can report installs the reporter.
-static void install_reporter() {
-  if (__atomic_load_n(&qsl_xerbla_hook, __ATOMIC_ACQUIRE) == nullptr) {
-    qsl_xerbla_set_default(qsl_xerbla_print);
-  }
-}
-
 template <class Routine>
 static void gemm_wrapper(GemmCall<typename Routine::Element>& call) {
   install_reporter();
   if (!Routine::gate.is_off()) return verbose_gemm<Routine>(call);
   checked_gemm<Routine>(call);
-}
-
-static bool is_transpose_selector(int selector) {
-  return selector >= CblasNoTrans && selector <= CblasConjTrans;
 }
 
 // The first dimension of a stored operand: rows of a column-major one, columns of a row-major one.

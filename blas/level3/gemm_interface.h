@@ -5,6 +5,7 @@
 // signalling NaNs.
 #pragma once
 
+#include "blas/checks.h"
 #include "blas/factor.h"
 #include "blas/level1/routines.h"
 #include "blas/level2/routines.h"
@@ -12,20 +13,6 @@
 #include "runtime/memory/memory.h"
 
 namespace qsl::blas {
-
-enum Transpose { no_transpose = 0, transpose = 1, conjugate_transpose = 2 };
-
-// N is 0, T is 1, C is 2, in either case.
-inline int decode_transpose(char option) {
-  switch (option & ~0x20) {
-    case 'N':
-      return no_transpose;
-    case 'T':
-      return transpose;
-    default:
-      return conjugate_transpose;
-  }
-}
 
 // The routines that serve one element type.
 struct Double {

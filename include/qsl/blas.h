@@ -1,6 +1,7 @@
 /**
  * @file blas.h
- * @brief Dense BLAS: vector routines and the matrix product.
+ * @brief Dense BLAS: vector routines, the matrix product, and the product of a band matrix and a
+ *        vector.
  *
  * A vector is a base pointer, a count @p n and a stride @p inc, both in elements. With a negative
  * stride the walk starts at base + (1 - n) * inc, the BLAS rule, so that the array's last element
@@ -195,6 +196,65 @@ QSL_API void cblas_cgemm(int layout, int transa, int transb, int m, int n, int k
 QSL_API void cblas_zgemm(int layout, int transa, int transb, int m, int n, int k, const void* alpha,
                          const void* a, int lda, const void* b, int ldb, const void* beta, void* c,
                          int ldc);
+
+/**
+ * @brief Product of a complex band matrix and a vector in double precision:
+ *        y := alpha * op(A) * x + beta * y.
+ *
+ * A is m by n with kl diagonals below the main one and ku above it. In column-major order, element
+ * (i, j) stands at a[ku + i - j + j * lda] for max(0, j - ku) <= i <= min(m - 1, j + kl), counted
+ * from 0; in row-major order at a[kl + j - i + i * lda]. The other positions of the array are never
+ * read. The bands may reach beyond the matrix.
+ *
+ * @param layout  CblasColMajor or CblasRowMajor.
+ * @param trans   CblasNoTrans for op(A) = A, CblasTrans for its transpose, CblasConjTrans for its
+ *                conjugate transpose.
+ * @param m       Rows of A, at least 0.
+ * @param n       Columns of A, at least 0.
+ * @param kl      Sub-diagonals, at least 0.
+ * @param ku      Super-diagonals, at least 0.
+ * @param alpha   Points to a complex_double, the factor of the product. When it equals zero, A and
+ * x are not read.
+ * @param a       The array of complex_double: lda by n in column-major order, m by lda in row-major
+ *                order; read.
+ * @param lda     Distance of two columns (two rows in row-major order) in elements, at least kl +
+ *                ku + 1.
+ * @param x       Complex vector of 1 + (k - 1) * |incx| elements, k being n for CblasNoTrans and m
+ *                otherwise; read.
+ * @param incx    Stride of @p x, not 0.
+ * @param beta    Points to a complex_double, the factor of y. When it equals zero, y is written
+ *                without being read: NaN and infinity in it don't survive.
+ * @param y       Complex vector of 1 + (k - 1) * |incy| elements, k being m for CblasNoTrans and n
+ *                otherwise; read and written. It must not overlap A or x.
+ * @param incy    Stride of @p y, not 0.
+ *
+ * With m = 0 or n = 0, or with alpha = 0 and beta = 1, nothing happens. The error of each element
+ * is at most (2 * k + 8) * eps * (|alpha| * (|A| * |x|) + |beta| * |y|) to first order, k being the
+ * number of elements in its row of op(A).
+ *
+ * A bad argument is reported with its position, @p layout being 1, and the routine's name, and
+ * nothing is read or written. A bad @p trans is reported first in column-major order and last in
+ * row-major order; when all else is right and there is work to do, the routine behind this one,
+ * "ZGBMV ", reports it once more as its own first argument.
+ *
+ * In row-major order the conjugate transpose takes a work buffer of 16 * m bytes, without which it
+ * reports so and leaves y alone; while it runs, y holds conjugated values. Safe to call from
+ * several threads at once on different data.
+ *
+ * Reference: J. J. Dongarra, J. Du Croz, S. Hammarling, R. J. Hanson, "An Extended Set of FORTRAN
+ * Basic Linear Algebra Subprograms", ACM Trans. Math. Software 14 (1988) 1-17.
+ *
+ * @code{.c}
+ * // A = [1 2 0; 3i 4 5; 0 6 7] by columns: one diagonal below the main one, one above it.
+ * complex_double a[9] = {{0, 0}, {1, 0}, {0, 3}, {2, 0}, {4, 0}, {6, 0}, {5, 0}, {7, 0}, {0, 0}};
+ * complex_double x[3] = {{1, 0}, {1, 0}, {1, 0}}, y[3], one = {1, 0}, zero = {0, 0};
+ * cblas_zgbmv(CblasColMajor, CblasNoTrans, 3, 3, 1, 1, &one, a, 3, x, 1, &zero, y, 1);
+ * // y is {3, 9 + 3i, 13}
+ * @endcode
+ */
+QSL_API void cblas_zgbmv(int layout, int trans, int m, int n, int kl, int ku, const void* alpha,
+                         const void* a, int lda, const void* x, int incx, const void* beta, void* y,
+                         int incy);
 
 #ifdef __cplusplus
 }

@@ -323,6 +323,37 @@ void matrix_products() {
   complex_products<double>("cblas_zgemm", code(&cblas_zgemm));
 }
 
+// y := (2 + 3i) * op(A) * x - y with a band matrix of 9 rows, 7 columns and bands of 2 and 3.
+void band_products() {
+  const int m = 9, n = 7, kl = 2, ku = 3, lda = 6;
+  const Matrix<double> alpha(2, 5), beta(2, 2);  // 2 + 3i, -1 + 0i
+  for (const int layout : {CblasColMajor, CblasRowMajor}) {
+    for (const int trans : {CblasNoTrans, CblasTrans, CblasConjTrans}) {
+      const bool by_rows = layout == CblasRowMajor, plain = trans == CblasNoTrans;
+      const Matrix<double> a(2 * lda * (by_rows ? m : n), 1), x(2 * (plain ? n : m), 2);
+      const Matrix<double> y(2 * (plain ? m : n), 3), before(2 * (plain ? m : n), 3);
+      call("cblas_zgbmv", code(&cblas_zgbmv),
+           {word(layout), word(trans), word(m), word(n), word(kl), word(ku), word(alpha.data()),
+            word(a.data()), word(lda), word(x.data()), word(1), word(beta.data()), word(y.data()),
+            word(1)});
+      for (int k = 0; k < (plain ? m : n); ++k) {
+        double re = 0, im = 0;
+        for (int l = 0; l < (plain ? n : m); ++l) {
+          const int i = plain ? k : l, j = plain ? l : k;
+          if (i - j > kl || j - i > ku) continue;
+          const int at = 2 * (by_rows ? i * lda + kl + j - i : j * lda + ku + i - j);
+          const double a_im = trans == CblasConjTrans ? -a.get(at + 1) : a.get(at + 1);
+          re += a.get(at) * x.get(2 * l) - a_im * x.get(2 * l + 1);
+          im += a.get(at) * x.get(2 * l + 1) + a_im * x.get(2 * l);
+        }
+        ASSERT_EQ(y.get(2 * k), 2 * re - 3 * im - before.get(2 * k)) << layout << ' ' << trans;
+        ASSERT_EQ(y.get(2 * k + 1), 2 * im + 3 * re - before.get(2 * k + 1))
+            << layout << ' ' << trans;
+      }
+    }
+  }
+}
+
 void memory() {
   for (std::size_t size : {std::size_t{1}, std::size_t{1000}, std::size_t{1} << 20}) {
     const Call allocated = call("QSL_malloc", code(&QSL_malloc), {word(size), word(128)});
@@ -336,8 +367,8 @@ void memory() {
   call("QSL_Free_Buffers", code(&QSL_Free_Buffers), {});
 }
 
-const std::function<void()> kFamilies[] = {dot_products, complex_updates, complex_copies,
-                                           matrix_products, memory};
+const std::function<void()> kFamilies[] = {dot_products,    complex_updates, complex_copies,
+                                           matrix_products, band_products,   memory};
 
 // Answers the stack pointer at the call instruction.
 [[gnu::naked]] std::uint32_t stack_pointer() { asm("leal 4(%esp), %eax\n ret"); }

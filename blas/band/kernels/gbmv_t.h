@@ -1,0 +1,134 @@
+// y := alpha * A^T * x + beta * y for a band matrix A, or with A's conjugate: dot products with
+// columns.
+#pragma once
+
+#include "blas/band/kernels/band.h"
+#include "blas/level2/kernels/gemv_t.h"
+
+namespace qsl::QSL_LEVEL {
+
+// dots[c] := column c times x for pairs of columns of one shape, each a row below the one before.
+// `a` is the first pair's first common element and x stands on that row.
+template <class Elements>
+[[gnu::noinline]] void dot_pairs(int pairs, PairShape shape, const typename Elements::Scalar* a,
+                                 int lda, const typename Elements::Scalar* x, bool conjugate,
+                                 typename Elements::Scalar* dots) {
+  using Vector = typename Elements::Vector;
+  using Scalar = typename Elements::Scalar;
+  constexpr int lanes = Vector::lanes;
+  constexpr int unit = Elements::unit;
+  const int n = shape.rows * unit;
+  const int rest = n % lanes;
+  const auto whole = [](const Scalar* p) QSL_INLINE_LAMBDA { return Vector::load(p); };
+  const auto one = [](const Scalar* p)
+                       QSL_INLINE_LAMBDA { return Vector::lower(Elements::load_one(p)); };
+  for (; pairs > 0; pairs--) {
+    const Scalar* const column[2] = {a, at<Elements>(a, 1, lda - 1)};
+    typename Elements::Sum sums[2] = {Elements::Sum::from(Vector::zero()),
+                                      Elements::Sum::from(Vector::zero())};
+    if (shape.top) sums[0].add(one(column[0] - unit), Elements::multiplier_of(one(x - unit)));
+    if (shape.bottom) sums[1].add(one(column[1] + n), Elements::multiplier_of(one(x + n)));
+    // Each vector is loaded once.
+    const auto add = [&](const auto& load, int i) QSL_INLINE_LAMBDA {
+      Vector factors = load(x + i);
+      keep_vector(factors);
+      const auto by = Elements::multiplier_of(factors);
+      unroll<2>([&](auto c) QSL_INLINE_LAMBDA {
+        Vector elements = load(column[c.value] + i);
+        keep_vector(elements);
+        sums[c.value].add(elements, by);
+      });
+    };
+    int i = 0;
+    for (; i < rest; i += unit) add(one, i);
+    if ((n - i) & lanes) {
+      add(whole, i);
+      i += lanes;
+    }
+    for (; i < n; i += 2 * lanes) {
+      add(whole, i);
+      add(whole, i + lanes);
+      __builtin_prefetch(column[0] + i + ahead);
+      __builtin_prefetch(column[1] + i + ahead);
+      keep(i);
+    }
+    Elements::template store_totals<2>(dots, sums, conjugate);
+    a = at<Elements>(a, 2, lda);
+    x += 2 * unit;
+    dots += 2 * unit;
+  }
+}
+
+// The dot products of at most factor_block columns with some of their rows; x stands on the first.
+template <class Elements>
+QSL_INLINE void dot_block(const Band<Elements>& band, const typename Elements::Scalar* x,
+                          bool conjugate, typename Elements::Scalar* dots) {
+  const int taken = walk_pairs(
+      band,
+      [&](PairShape shape, int pairs, int j, int row) QSL_INLINE_LAMBDA {
+        dot_pairs<Elements>(pairs, shape, band.element(row, j), band.lda, at<Elements>(x, row),
+                            conjugate, at<Elements>(dots, j));
+      },
+      [&](int j, int row, int rows) QSL_INLINE_LAMBDA {
+        dot_columns<Elements, 1>(rows, band.element(row, j), band.lda, at<Elements>(x, row),
+                                 conjugate, at<Elements>(dots, j));
+      });
+  for (int j = taken; j < band.n; j++) {
+    Elements::store_one(at<Elements>(dots, j), Elements::Narrow::zero());
+  }
+}
+
+// y := alpha * (dots with some rows) + beta * y for at most factor_block columns.
+template <class Elements>
+[[gnu::noinline]] void gbmv_t_rows(const Band<Elements>& band, int row, int rows,
+                                   const typename Elements::Scalar* alpha,
+                                   const typename Elements::Scalar* x, bool conjugate,
+                                   const typename Elements::Scalar* beta, WalkTo<Elements> y) {
+  using Scalar = typename Elements::Scalar;
+  alignas(64) Scalar dots[factor_block * Elements::unit];
+  const int before = band.first_column(row);
+  for (int j = 0; j < before; j++) {
+    Elements::store_one(at<Elements>(dots, j), Elements::Narrow::zero());
+  }
+  Band<Elements> part = band.of_rows(row, rows);
+  part.n = band.n - before;
+  dot_block(part, x, conjugate, at<Elements>(dots, before));
+  update_pass<Elements>(band.n, alpha, dots, beta, y);
+}
+
+// x in blocks of rows: where it lies, or through a buffer.
+template <class Elements>
+[[gnu::noinline]] void gbmv_t(const Band<Elements>& band, const typename Elements::Scalar* alpha,
+                              const typename Elements::Scalar* x_base, int incx, bool conjugate,
+                              const typename Elements::Scalar* beta,
+                              typename Elements::Scalar* y_base, int incy) {
+  using Scalar = typename Elements::Scalar;
+  const Scalar one[2] = {1, 0};
+  alignas(64) Scalar buffer[buffer_elements<Elements> * Elements::unit];
+  const WalkFrom<Elements> x_start(x_base, band.m, incx);
+  WalkTo<Elements> y(y_base, band.n, incy);
+  const bool contiguous = incx == 1;
+  in_blocks(band.n, factor_block, [&](int first, int columns) QSL_INLINE_LAMBDA {
+    const Band<Elements> block = band.of_columns(first, columns);
+    WalkFrom<Elements> x = x_start;
+    x.advance(static_cast<std::uintptr_t>(band.first_row(first)));
+    const Scalar* kept = beta;  // of y, until it holds the first rows' sums
+    if (block.m == 0) gbmv_t_rows<Elements>(block, 0, 0, alpha, buffer, conjugate, kept, y);
+    in_blocks(block.m, contiguous ? row_block<Elements> : buffer_elements<Elements>,
+              [&](int row, int rows) QSL_INLINE_LAMBDA {
+                const Scalar* part = x[static_cast<std::uintptr_t>(row)];
+                if (!contiguous) {
+                  WalkFrom<Elements> from = x;
+                  from.advance(static_cast<std::uintptr_t>(row));
+                  WalkTo<Elements> into(buffer, rows, 1);
+                  copy_pass<Elements>(rows, from, into);
+                  part = buffer;
+                }
+                gbmv_t_rows<Elements>(block, row, rows, alpha, part, conjugate, kept, y);
+                kept = one;
+              });
+    y.advance(static_cast<std::uintptr_t>(columns));
+  });
+}
+
+}  // namespace qsl::QSL_LEVEL

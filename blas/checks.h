@@ -1,0 +1,39 @@
+// What the checks of several routines share: transpose options, and the reporter of bad arguments.
+#pragma once
+
+#include "include/qsl/types.h"
+#include "runtime/messages/messages.h"
+
+namespace qsl::blas {
+
+enum Transpose { no_transpose = 0, transpose = 1, conjugate_transpose = 2 };
+
+inline bool is_transpose_option(char option) {
+  const int letter = option & ~0x20;
+  return letter == 'N' || letter == 'T' || letter == 'C';
+}
+
+// N is 0, T is 1, C is 2, in either case.
+inline int decode_transpose(char option) {
+  switch (option & ~0x20) {
+    case 'N':
+      return no_transpose;
+    case 'T':
+      return transpose;
+    default:
+      return conjugate_transpose;
+  }
+}
+
+inline bool is_transpose_selector(int selector) {
+  return selector >= CblasNoTrans && selector <= CblasConjTrans;
+}
+
+// The first call of a routine that can report installs the reporter.
+inline void install_reporter() {
+  if (__atomic_load_n(&qsl_xerbla_hook, __ATOMIC_ACQUIRE) == nullptr) {
+    qsl_xerbla_set_default(qsl_xerbla_print);
+  }
+}
+
+}  // namespace qsl::blas

@@ -1,0 +1,136 @@
+// The exported band product: both storage orders, every option, stride and factor.
+#include <gtest/gtest.h>
+
+#include "tests/band/problem.h"
+
+namespace band_test {
+namespace {
+
+TEST(BandProduct, EveryShapeByColumns) { ASSERT_NO_FATAL_FAILURE(check_shapes(Exported(), false)); }
+
+TEST(BandProduct, EveryShapeByRows) { ASSERT_NO_FATAL_FAILURE(check_shapes(Exported(), true)); }
+
+TEST(BandProduct, EveryStride) {
+  for (const bool by_rows : {false, true}) {
+    for (const int incx : {-5, -2, -1, 1, 2, 3}) {
+      for (const int incy : {-4, -2, -1, 1, 2, 3}) {
+        ASSERT_NO_FATAL_FAILURE(
+            check_options(Exported(), {0, 17, 21, 3, 2, 1, incx, incy, by_rows}));
+        ASSERT_NO_FATAL_FAILURE(
+            check_options(Exported(), {0, 1, 5, 3, 2, 0, incx, incy, by_rows, 4, 8, 12}));
+      }
+    }
+  }
+}
+
+TEST(BandProduct, EveryFactor) {
+  for (const bool by_rows : {false, true}) {
+    for (const Number alpha : level2_test::factors<Number>()) {
+      for (const Number beta : level2_test::factors<Number>()) {
+        for (int trans = 0; trans < 3; trans++) {
+          for (const int incy : {1, -2}) {
+            ASSERT_NO_FATAL_FAILURE(
+                check(Exported(), {trans, 14, 15, 3, 2, 0, 1, incy, by_rows}, alpha, beta));
+          }
+        }
+      }
+    }
+  }
+}
+
+TEST(BandProduct, OddAddresses) {
+  for (const bool by_rows : {false, true}) {
+    for (const unsigned phase : level1_test::phases()) {
+      ASSERT_NO_FATAL_FAILURE(check_options(
+          Exported(), {0, 30, 28, 4, 6, 0, 1, 1, by_rows, phase, phase + 3, 2 * phase + 1}));
+    }
+  }
+}
+
+// Neither A nor x is read with alpha = 0; y is not even read with beta = 0.
+TEST(BandProduct, ZeroAlphaReadsNothingButY) {
+  for (const bool by_rows : {false, true}) {
+    for (int trans = 0; trans < 3; trans++) {
+      const Call call = {trans, 5, 4, 1, 2, 0, 1, 1, by_rows};
+      for (const Number zero : {Number{0, 0}, Number{-0.0, 0}, Number{-0.0, -0.0}}) {
+        Operand<Number> y(Layout::vector(call.y_elements(), 1), 8);
+        y.fill_with_specials();
+        Operands operands(call);
+        operands.x.fill_with_specials();
+        const Number nothing = {0, 0};
+        Exported()(call, &zero, nullptr, operands.x.data(), &nothing, y.data());
+        for (int i = 0; i < call.y_elements(); i++) {
+          const Wide found = y.wide(i);
+          ASSERT_TRUE(found.re == 0 && found.im == 0) << call;
+        }
+      }
+    }
+  }
+}
+
+TEST(BandProduct, ZeroAlphaAndUnitBetaLeaveEveryBit) {
+  for (const bool by_rows : {false, true}) {
+    for (int trans = 0; trans < 3; trans++) {
+      const Call call = {trans, 5, 4, 1, 2, 0, 1, -2, by_rows};
+      // Elements that nobody set hold signalling NaNs.
+      Operand<Number> y(Layout::vector(call.y_elements(), -2), 4), as_it_was(y.layout(), 4);
+      const Number zero = {-0.0, 0}, one = {1, -0.0};
+      Exported()(call, &zero, nullptr, nullptr, &one, y.data());
+      ASSERT_TRUE(y.same_bits(as_it_was)) << call;
+    }
+  }
+}
+
+TEST(BandProduct, NothingHappensWithoutRowsOrColumns) {
+  for (const int layout : {CblasColMajor, CblasRowMajor}) {
+    for (const int trans : {CblasNoTrans, CblasTrans, CblasConjTrans}) {
+      cblas_zgbmv(layout, trans, 0, 4, 1, 1, nullptr, nullptr, 3, nullptr, 1, nullptr, nullptr, 1);
+      cblas_zgbmv(layout, trans, 4, 0, 1, 1, nullptr, nullptr, 3, nullptr, 1, nullptr, nullptr, 1);
+    }
+  }
+}
+
+// Widths up to the largest integers: only what lies in the matrix is there. The array's first
+// elements are imagined.
+TEST(BandProduct, WidthsFarBeyondTheMatrix) {
+  const Number one = {1, 0}, x = {2, 1};
+  const auto expect_product = [&](int kl, int ku) {
+    const Number element = {3, 5};
+    const int lda = kl + ku + 1;
+    for (const int trans : {CblasNoTrans, CblasTrans, CblasConjTrans}) {
+      for (const bool by_rows : {false, true}) {
+        Number y = {7, 7};
+        // Element (0, 0) stands where the address wraps to.
+        const auto base = reinterpret_cast<std::uintptr_t>(&element) -
+                          static_cast<std::uintptr_t>(by_rows ? kl : ku) * sizeof(Number);
+        cblas_zgbmv(by_rows ? CblasRowMajor : CblasColMajor, trans, 1, 1, kl, ku, &one,
+                    reinterpret_cast<const Number*>(base), lda, &x, 1, &one, &y, 1);
+        const bool conjugated = trans == CblasConjTrans;
+        EXPECT_EQ(y.real, 7 + (conjugated ? 11 : 1)) << kl << " " << ku;
+        EXPECT_EQ(y.imag, 7 + (conjugated ? -7 : 13)) << kl << " " << ku;
+      }
+    }
+  };
+  expect_product(INT_MAX - 1, 0);
+  expect_product(0, INT_MAX - 1);
+  expect_product(INT_MAX / 2, INT_MAX / 2);
+}
+
+// The reversed x and a stride of -1 are the same vector.
+TEST(BandProduct, AStrideOfMinusOneReversesX) {
+  for (int trans = 0; trans < 3; trans++) {
+    for (const bool by_rows : {false, true}) {
+      const Call forward = {trans, 9, 12, 2, 3, 0, 1, 1, by_rows};
+      Call backward = forward;
+      backward.incx = -1;
+      Operands expected(forward), found(backward);
+      for (int k = 0; k < forward.x_elements(); k++) found.x.set(k, 0, expected.x.get(k));
+      expected.run(Exported(), forward, general_factor(), other_factor());
+      found.run(Exported(), backward, general_factor(), other_factor());
+      ASSERT_TRUE(found.y.same_bits(expected.y)) << forward;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace band_test
