@@ -5,23 +5,69 @@
 // with real or complex coefficients", Trans. AIEE 60 (1941).
 #pragma once
 
+#include "blas/level2/kernels/drivers.h"
 #include "blas/level2/routines.h"
+#include "blas/level3/kernels/factor.h"
 #include "lapack/kernels/magnitude.h"
 #include "lapack/kernels/pivot_column.h"
 
 namespace qsl::QSL_LEVEL {
 
 // The level's own matrix-vector product: y := y - op(A) * x.
-QSL_INLINE void subtract_product(int trans, int m, int n, const double* a, int lda, const double* x,
-                                 int incx, double* y, int incy, Index<1>) {
-  dgemv(trans, m, n, minus_one<Real>, a, lda, x, incx, one<Real>, y, incy);
+template <class Elements>
+[[gnu::noinline]] void subtract_product(int trans, int m, int n, const double* a, int lda,
+                                        const double* x, int incx, double* y, int incy) {
+  if constexpr (Elements::unit == 1) {
+    dgemv(trans, m, n, minus_one<Real>, a, lda, x, incx, one<Real>, y, incy);
+  } else {
+    const auto number = [](const double* p) QSL_INLINE_LAMBDA {
+      return reinterpret_cast<const complex_double*>(p);
+    };
+    zgemv(trans, m, n, number(minus_one<Real>), number(a), lda, number(x), incx,
+          number(one<Real>), reinterpret_cast<complex_double*>(y), incy);
+  }
 }
-QSL_INLINE void subtract_product(int trans, int m, int n, const double* a, int lda, const double* x,
-                                 int incx, double* y, int incy, Index<2>) {
-  const auto number = [](const double* p)
-                          QSL_INLINE_LAMBDA { return reinterpret_cast<const complex_double*>(p); };
-  zgemv(trans, m, n, number(minus_one<Real>), number(a), lda, number(x), incx,
-        number(one<Real>), reinterpret_cast<complex_double*>(y), incy);
+
+// Panels are narrow, and a call of the general product takes as long as the work in it: up to so
+// many columns its kernels are called as they are.
+inline constexpr int narrow_panel = 48;
+
+// Row j of U, right of the diagonal: later elements of the row at `row`, less the product of L's row
+// with the columns above.
+template <class Elements>
+[[gnu::noinline]] void update_row(int j, int later, const double* row, double* next, int lda) {
+  constexpr int unit = Elements::unit;
+  if (j > narrow_panel) {
+    return subtract_product<Elements>(1, j, later, next, lda, row, lda, next + j * unit, lda);
+  }
+  alignas(64) double factors[narrow_panel * unit];
+  for (int p = 0; p < j; p++) {
+    Elements::store_one(factors + p * unit, negate(Elements::load_one(at<Elements>(row, p, lda))));
+  }
+  in_groups<Elements::columns>(later, [&](auto group, int i) QSL_INLINE_LAMBDA {
+    double dots[group.value * unit];
+    double* column = at<Elements>(next, i, lda);
+    dot_columns<Elements, group.value>(j, column, lda, factors, false, dots);
+    unroll<group.value>([&](auto c) QSL_INLINE_LAMBDA {
+      double* u = at<Elements>(column, c.value, lda) + j * unit;
+      Elements::store_one(u, Elements::load_one(u) + Elements::load_one(dots + c.value * unit));
+    });
+  });
+}
+
+// The column at `next` from row j on, less the product of L's first j columns with its elements
+// above.
+template <class Elements>
+[[gnu::noinline]] void update_column(int rows, int j, const double* l, int lda, double* next) {
+  constexpr int unit = Elements::unit;
+  if (j > narrow_panel) {
+    return subtract_product<Elements>(0, rows, j, l, lda, next, 1, next + j * unit, 1);
+  }
+  alignas(64) double factors[narrow_panel * unit];
+  for (int p = 0; p < j; p++) {
+    Elements::store_one(factors + p * unit, negate(Elements::load_one(next + p * unit)));
+  }
+  add_products<Elements>(rows, j, l, lda, factors, next + j * unit);
 }
 
 // Exchanges two rows of n columns.
@@ -41,7 +87,6 @@ template <class Elements>
 template <class Elements>
 QSL_INLINE void lu_leaf(int m, int n, double* a, int lda, int* ipiv, int* info) {
   constexpr int unit = Elements::unit;
-  constexpr Index<unit> kind;
   const int steps = m < n ? m : n;
   int first_zero = 0;
   for (int j = 0; j < steps; j++) {
@@ -59,14 +104,9 @@ QSL_INLINE void lu_leaf(int m, int n, double* a, int lda, int* ipiv, int* info) 
     const int later = n - j - 1;
     if (later <= 0) break;
     double* next = column + lda * unit;
-    // Row j of U, from the rows of U above it.
-    if (j > 0) {
-      subtract_product(1, j, later, next, lda, a + j * unit, lda, next + j * unit, lda, kind);
-    }
-    // The next column, from the columns of L before it.
-    if (j + 1 < steps) {
-      subtract_product(0, m - j - 1, j + 1, a + (j + 1) * unit, lda, next, 1,
-                       next + (j + 1) * unit, 1, kind);
+    if (j > 0) update_row<Elements>(j, later, a + j * unit, next, lda);
+    if (j + 1 < steps && j + 1 < m) {
+      update_column<Elements>(m - j - 1, j + 1, a + (j + 1) * unit, lda, next);
     }
   }
   *info = first_zero;

@@ -126,6 +126,23 @@ QSL_INLINE void add_to_few_rows(int rows, int columns, const typename Elements::
   }
 }
 
+// y := y + sum of factors[j] * column j, y being contiguous
+template <class Elements>
+QSL_INLINE void add_products(int m, int columns, const typename Elements::Scalar* a, int lda,
+                             const typename Elements::Scalar* factors,
+                             typename Elements::Scalar* y) {
+  if (m * Elements::unit <= Elements::columns * Elements::Vector::lanes) {
+    add_to_few_rows<Elements>(m, columns, a, lda, factors, y);
+    return;
+  }
+  in_blocks(m, row_block<Elements>, [&](int row, int rows) QSL_INLINE_LAMBDA {
+    in_groups<Elements::columns>(columns, [&](auto group, int j) QSL_INLINE_LAMBDA {
+      add_columns<Elements, group.value>(rows, at<Elements>(at<Elements>(a, j, lda), row), lda,
+                                         at<Elements>(factors, j), at<Elements>(y, row));
+    });
+  });
+}
+
 // y := y + alpha * A * x, y being contiguous
 template <class Elements>
 [[gnu::noinline]] void gemv_n_contiguous(int m, int n, const typename Elements::Scalar* alpha,
@@ -138,17 +155,7 @@ template <class Elements>
   in_blocks(n, factor_block, [&](int first, int columns) QSL_INLINE_LAMBDA {
     WalkTo<Elements> to(factors, columns, 1);
     multiply_pass<Elements>(columns, alpha, x, to);
-    const Scalar* block = at<Elements>(a, first, lda);
-    if (m * Elements::unit <= Elements::columns * Elements::Vector::lanes) {
-      add_to_few_rows<Elements>(m, columns, block, lda, factors, y);
-      return;
-    }
-    in_blocks(m, row_block<Elements>, [&](int row, int rows) QSL_INLINE_LAMBDA {
-      in_groups<Elements::columns>(columns, [&](auto group, int j) QSL_INLINE_LAMBDA {
-        add_columns<Elements, group.value>(rows, at<Elements>(at<Elements>(block, j, lda), row),
-                                           lda, at<Elements>(factors, j), at<Elements>(y, row));
-      });
-    });
+    add_products<Elements>(m, columns, at<Elements>(a, first, lda), lda, factors, y);
   });
 }
 
