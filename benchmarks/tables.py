@@ -110,6 +110,33 @@ def bands(results, routines):
                     [f"/ {NAMES[peer]}" for peer in PEERS] + ["/ the better peer"], rows)
 
 
+def factorisation(results):
+    """Square matrices: GFLOP/s, share of the matrix product's, ratios to the peers."""
+    routine, rows = "dgetrf", []
+    ours = results.highest(routine)
+    for n in results.shapes(routine):
+        rows.append([n, results.rate(routine, n, ours),
+                     results.ratio(routine, n, ours, ours, "dgemm")] +
+                    [results.ratio(routine, n, ours, peer) for peer in PEERS] +
+                    [results.better(routine, n, ours, PEERS)])
+    return markdown(["n", "GFLOP/s", "share of `dgemm`"] + [f"/ {NAMES[peer]}" for peer in PEERS] +
+                    ["/ the better peer"], rows)
+
+
+def systems(results):
+    """Right-hand sides: ratios to the peers, and what row-major order costs."""
+    rows = []
+    for routine in ["dgesv", "zgesv"]:
+        ours = results.highest(routine)
+        for shape in results.shapes(routine):
+            rows.append([routine] + shape.split("x") +
+                        [results.ratio(routine, shape, ours, peer) for peer in PEERS] +
+                        [results.better(routine, shape, ours, PEERS),
+                         results.ratio(routine, shape, ours, ours, f"{routine}-rows")])
+    return markdown(["routine", "n", "right-hand sides"] + [f"/ {NAMES[peer]}" for peer in PEERS] +
+                    ["/ the better peer", "row-major time / column-major"], rows)
+
+
 def tables(results):
     """{name: Markdown} of those that have rows."""
     made = {
@@ -124,6 +151,9 @@ def tables(results):
         "cgemm": product(results, "cgemm"),
         "zgbmv": bands(results, BAND_PRODUCTS),
         "zgbmv, lower levels": lower_types(results, BAND_PRODUCTS),
+        "dgetrf": factorisation(results),
+        "dgetrf, lower levels": lower_types(results, ["dgetrf"]),
+        "systems": systems(results),
         "complex, lower levels": lower_types(results, ["zgemm", "cgemm"]),
     }
     return {name: text for name, text in made.items() if text}

@@ -24,6 +24,8 @@ echo
 # Its last call is the matrix product.
 "$bin/employment" "$data"
 echo "  $(QSL_VERBOSE=1 "$bin/employment" "$data" | grep '^QSL_VERBOSE DGEMM')"
+show "$bin/stiffness" "$data"
+show "$bin/telephone_line"
 echo
 echo "The level is chosen by the processor, and the same program runs at every lower one:"
 types="2"
