@@ -120,6 +120,9 @@ QSL_INLINE f64x4 first_then(f64x4 a, f64x4 b) {
 
 QSL_INLINE f64x2 first_pair(f64x4 a) { return {_mm256_castpd256_pd128(a.v)}; }
 
+QSL_INLINE f64x4 combine(f64x2 lower, f64x2 upper) {
+  return {_mm256_insertf128_pd(_mm256_castpd128_pd256(lower.v), upper.v, 1)};
+}
 QSL_INLINE f64x2 lower_half(f64x4 a) { return {_mm256_castpd256_pd128(a.v)}; }
 QSL_INLINE f64x2 upper_half(f64x4 a) { return {_mm256_extractf128_pd(a.v, 1)}; }
 // Upper half + lower half.
