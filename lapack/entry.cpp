@@ -32,5 +32,5 @@ extern "C" void DGETRF(const int* m, const int* n, double* a, const int* lda, in
   qsl_progress_set_default(qsl_progress_continue);
   const qsl::lapack::GetrfCall call = {value_or_zero(m), value_or_zero(n), a, value_or_zero(lda),
                                        ipiv};
-  qsl::lapack::store_info(info, qsl::lapack::wrapped(&qsl::lapack::dgetrf_gate, call));
+  qsl::lapack::wrapped(&qsl::lapack::dgetrf_gate, call, info);
 }

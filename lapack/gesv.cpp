@@ -63,7 +63,7 @@ void DGESV(const int* n, const int* nrhs, double* a, const int* lda, int* ipiv, 
   using Routine = qsl::lapack::Dgesv;
   const qsl::lapack::GesvCall<Routine> call = {
       value_or_zero(n), value_or_zero(nrhs), a, value_or_zero(lda), ipiv, b, value_or_zero(ldb)};
-  qsl::lapack::store_info(info, qsl::lapack::wrapped(&Routine::gate, call));
+  qsl::lapack::wrapped(&Routine::gate, call, info);
 }
 
 void ZGESV(const int* n, const int* nrhs, complex_double* a, const int* lda, int* ipiv,
@@ -71,6 +71,6 @@ void ZGESV(const int* n, const int* nrhs, complex_double* a, const int* lda, int
   using Routine = qsl::lapack::Zgesv;
   const qsl::lapack::GesvCall<Routine> call = {
       value_or_zero(n), value_or_zero(nrhs), a, value_or_zero(lda), ipiv, b, value_or_zero(ldb)};
-  qsl::lapack::store_info(info, qsl::lapack::wrapped(&Routine::gate, call));
+  qsl::lapack::wrapped(&Routine::gate, call, info);
 }
 }

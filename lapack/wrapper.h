@@ -11,22 +11,20 @@ namespace qsl::lapack {
 
 inline const void* address(const void* p) { return p; }
 
-inline void store_info(int* info, int value) {
-  if (info != nullptr) *info = value;
-}
-
 template <class Call>
-[[gnu::noinline, gnu::cold]] int verbose_run(VerboseGate* gate, const Call& call) {
+[[gnu::noinline, gnu::cold]] int verbose_run(VerboseGate* gate, const Call& call, bool has_info) {
   VerboseCall timed(gate);
   const int info = call.run();
-  call.print(timed, info);
+  // As for every integer, a null pointer is shown as 0.
+  call.print(timed, has_info ? info : 0);
   return info;
 }
 
 template <class Call>
-int wrapped(VerboseGate* gate, const Call& call) {
+void wrapped(VerboseGate* gate, const Call& call, int* info) {
   qsl_xerbla_set_default(qsl_xerbla_print);
-  return gate->is_off() ? call.run() : verbose_run(gate, call);
+  const int result = gate->is_off() ? call.run() : verbose_run(gate, call, info != nullptr);
+  if (info != nullptr) *info = result;
 }
 
 }  // namespace qsl::lapack
