@@ -28,7 +28,8 @@ struct Library {
   LapackFunctions functions;
 };
 
-constexpr int orders[] = {2, 3, 4, 5, 6, 7, 8, 10, 12, 14, 16, 32, 64, 100, 200, 300, 500, 1000, 2000};
+constexpr int orders[] = {2,  3,  4,  5,   6,   7,   8,   10,   12,  14,
+                          16, 32, 64, 100, 200, 300, 500, 1000, 2000};
 constexpr int system_orders[] = {2, 4, 8, 100, 500, 1000};
 constexpr int right_hand_sides[] = {1, 10, 100};
 

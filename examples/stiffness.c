@@ -62,8 +62,8 @@ int main(int argc, char** argv) {
   /* The matrix becomes its factors, the loads become the displacements. */
   memcpy(factors, matrix, sizeof matrix);
   memcpy(displacement, load, sizeof load);
-  status = LAPACKE_dgesv(CblasRowMajor, kOrder, kCases, factors, kOrder, pivots, displacement,
-                         kCases);
+  status =
+      LAPACKE_dgesv(CblasRowMajor, kOrder, kCases, factors, kOrder, pivots, displacement, kCases);
   if (status != 0) {
     printf("the structure can move freely: status %d\n", status);
     return 1;
@@ -84,8 +84,7 @@ int main(int argc, char** argv) {
 
   printf("Displacements of a structure (BCSSTK01, %d degrees of freedom, %d load cases)\n", kOrder,
          kCases);
-  printf("  largest displacement:             %.6g\n",
-         largest(displacement, kOrder * kCases));
+  printf("  largest displacement:             %.6g\n", largest(displacement, kOrder * kCases));
   printf("  |b - A x| / (|A| |x| n eps):      %.2g (below 30 is right)\n", ratio);
   printf("  growth of the elements:           %.3g (1: none)\n", growth);
   return ratio < 30 ? 0 : 1;

@@ -18,8 +18,8 @@
 enum { kNodes = 2000, kLower = 4, kUpper = 4, kRows = 2 * kLower + kUpper + 1 };
 
 /* Per kilometre. */
-static const double kResistance = 191.63;  /* ohm */
-static const double kInductance = 580.7e-6; /* henry */
+static const double kResistance = 191.63;    /* ohm */
+static const double kInductance = 580.7e-6;  /* henry */
 static const double kConductance = 3.327e-6; /* siemens */
 static const double kCapacitance = 51.57e-9; /* farad */
 static const double kFrequency = 100e3;      /* hertz */
@@ -73,8 +73,8 @@ int main(void) {
       }
     }
   }
-  status = LAPACKE_zgbsv(CblasColMajor, kNodes, kLower, kUpper, 1, band, kRows, pivots, voltage,
-                         kNodes);
+  status =
+      LAPACKE_zgbsv(CblasColMajor, kNodes, kLower, kUpper, 1, band, kRows, pivots, voltage, kNodes);
   if (status != 0) return 1;
 
   printf("Voltage along %g km of telephone line at %g kHz (%d unknowns, %d diagonals)\n", kLength,
@@ -87,8 +87,8 @@ int main(void) {
     const double error = cabs(ours - exact) / cabs(exact);
     if (!(error <= worst)) worst = error;
     if ((i + 1) % (kNodes / 4) == 0) {
-      printf("  %8.2f %12.8f %+12.8fj %12.8f %+12.8fj\n", at, creal(ours), cimag(ours), creal(exact),
-             cimag(exact));
+      printf("  %8.2f %12.8f %+12.8fj %12.8f %+12.8fj\n", at, creal(ours), cimag(ours),
+             creal(exact), cimag(exact));
     }
   }
   printf("  largest relative difference: %.0e\n", worst);

@@ -5,8 +5,7 @@ QSL_DISPATCHER_6(void, zgetrf_small, (int, int, complex_double*, int, int*, int*
 QSL_DISPATCHER(void, dgetrf_leaf, (int, int, double*, int, int*, int*));
 QSL_DISPATCHER(void, zgetrf_leaf, (int, int, complex_double*, int, int*, int*));
 
-QSL_DISPATCHER_6(void, dgetrs_small,
-                 (int, int, int, const double*, int, const int*, double*, int));
+QSL_DISPATCHER_6(void, dgetrs_small, (int, int, int, const double*, int, const int*, double*, int));
 QSL_DISPATCHER_6(void, zgetrs_small,
                  (int, int, int, const complex_double*, int, const int*, complex_double*, int));
 QSL_DISPATCHER_6(int, dlaswp, (int, double*, int, int, int, const int*, int, int));

@@ -51,8 +51,8 @@ void exchange_rows(const Panel<Type>& p, int column, int columns, int row, int c
 // The triangular solve with the unit lower triangle at (row, row), onto `columns` columns.
 template <class Type>
 void solve_block_row(const Panel<Type>& p, int row, int rows, int column, int columns) {
-  Type::trsm(QSL_LEFT, QSL_LOWER, 0, QSL_UNIT, rows, columns, &Type::one,
-             at(p.a, p.lda, row, row), p.lda, at(p.a, p.lda, row, column), p.lda);
+  Type::trsm(QSL_LEFT, QSL_LOWER, 0, QSL_UNIT, rows, columns, &Type::one, at(p.a, p.lda, row, row),
+             p.lda, at(p.a, p.lda, row, column), p.lda);
 }
 
 // The block at (row, column) minus L's columns [from, from + depth) times U's rows of that number.

@@ -1,8 +1,8 @@
 // The routines of the solvers behind the exports: dispatchers and variants of their kernels.
 //
-// Matrices are column-major, pivots count from 1. `trans` is 0 for A, 1 for its transpose, 2 for its
-// conjugate transpose. Factors are passed by address: a double on the stack may pass through the x87
-// unit.
+// Matrices are column-major, pivots count from 1. `trans` is 0 for A, 1 for its transpose, 2 for
+// its conjugate transpose. Factors are passed by address: a double on the stack may pass through
+// the x87 unit.
 #pragma once
 
 #include "include/qsl/types.h"
@@ -35,16 +35,16 @@ QSL_DECLARE_VARIANTS_6(int, dlaswp,
                        (int n, double* a, int lda, int row, int direction, const int* pivot,
                         int step, int count));
 QSL_DECLARE_VARIANTS_6(int, zlaswp,
-                       (int n, complex_double* a, int lda, int row, int direction,
-                        const int* pivot, int step, int count));
+                       (int n, complex_double* a, int lda, int row, int direction, const int* pivot,
+                        int step, int count));
 
 // B := alpha * A^T, A having `columns` columns of `rows` contiguous elements.
 QSL_DECLARE_VARIANTS_6(void, domatcopy_t,
                        (int rows, int columns, const double* alpha, const double* a, int lda,
                         double* b, int ldb));
 QSL_DECLARE_VARIANTS_6(void, zomatcopy_t,
-                       (int rows, int columns, const complex_double* alpha,
-                        const complex_double* a, int lda, complex_double* b, int ldb));
+                       (int rows, int columns, const complex_double* alpha, const complex_double* a,
+                        int lda, complex_double* b, int ldb));
 
 // Is there a NaN? `direct` looks at every element, otherwise sums come first.
 // In `count` runs of `length` doubles, `step` doubles apart.

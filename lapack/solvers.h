@@ -7,8 +7,8 @@
 
 extern "C" {
 
-// A = P * L * U. *info: 0, the first column with a zero pivot, or -1002 after a stop by the progress
-// hook. The arguments are checked already.
+// A = P * L * U. *info: 0, the first column with a zero pivot, or -1002 after a stop by the
+// progress hook. The arguments are checked already.
 QSL_HIDDEN void qsl_dgetrf(const int* m, const int* n, double* a, const int* lda, int* ipiv,
                            int* info);
 QSL_HIDDEN void qsl_zgetrf(const int* m, const int* n, complex_double* a, const int* lda, int* ipiv,
@@ -36,6 +36,7 @@ QSL_HIDDEN void DLASWP(const int* n, double* a, const int* lda, const int* k1, c
 QSL_HIDDEN void ZLASWP(const int* n, complex_double* a, const int* lda, const int* k1,
                        const int* k2, const int* ipiv, const int* incx);
 
-// 1 when the characters are equal without regard to the case of ASCII letters; 0 for a null pointer.
+// 1 when the characters are equal without regard to the case of ASCII letters; 0 for a null
+// pointer.
 QSL_HIDDEN int qsl_lsame(const char* a, const char* b, int a_length, int b_length);
 }

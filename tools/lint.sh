@@ -16,7 +16,7 @@ clang-format --dry-run --Werror "${sources[@]}"
 # clang-tidy reads how each file is compiled from a build by clang++.
 echo "== clang-tidy"
 cmake --preset clang >/dev/null
-mapfile -t units < <(git ls-files 'runtime/*.cpp' 'blas/*.cpp' | grep -v '/windows/')
+mapfile -t units < <(git ls-files 'runtime/*.cpp' 'blas/*.cpp' 'lapack/*.cpp' | grep -v '/windows/')
 printf '%s\n' "${units[@]}" |
   xargs -P "$(nproc)" -n 4 clang-tidy --quiet -p build/clang --warnings-as-errors='*' 2>/dev/null
 

@@ -7,12 +7,12 @@
  * between the end of one column or row and the start of the next is neither read nor written.
  * Arrays may have any alignment that is a multiple of 4.
  *
- * The factorisation is A = P * L * U with partial pivoting: L has ones on its diagonal and is stored
- * below it, U on the diagonal and above. Entry i of `ipiv` (from 1) says that row i was exchanged
- * with row ipiv[i], in this order; of equally large candidates the uppermost becomes the pivot. It
- * is backward stable: the computed L and U are those of a matrix that differs from A by at most a
- * small multiple of n * eps * |A| * (growth of the elements), and a solution x leaves a residual
- * |b - A * x| of at most a small multiple of n * eps * |A| * |x|, nearly always.
+ * The factorisation is A = P * L * U with partial pivoting: L has ones on its diagonal and is
+ * stored below it, U on the diagonal and above. Entry i of `ipiv` (from 1) says that row i was
+ * exchanged with row ipiv[i], in this order; of equally large candidates the uppermost becomes the
+ * pivot. It is backward stable: the computed L and U are those of a matrix that differs from A by
+ * at most a small multiple of n * eps * |A| * (growth of the elements), and a solution x leaves a
+ * residual |b - A * x| of at most a small multiple of n * eps * |A| * |x|, nearly always.
  *
  * The functions may be called from several threads at once on different data. A call in row-major
  * order works on column-major copies; one in column-major order takes work buffers of the matrix
@@ -40,9 +40,9 @@ extern "C" {
  * @param a     A, m by n; replaced by L (without its unit diagonal) and U.
  * @param lda   Leading dimension of A, at least max(1, m).
  * @param ipiv  min(m, n) pivots, counted from 1; written.
- * @param info  Result: 0; -i when argument i is bad (m is 1); or the number of the first column, from
- *              1, whose pivot is exactly zero. The factorisation is complete then, but U is
- *              singular. A NaN is no zero.
+ * @param info  Result: 0; -i when argument i is bad (m is 1); or the number of the first column,
+ * from 1, whose pivot is exactly zero. The factorisation is complete then, but U is singular. A NaN
+ * is no zero.
  *
  * A null pointer for an integer counts as 0; a null @p info is left alone. A bad argument is
  * reported with its position and the name "DGETRF", and nothing but @p info is written. With m = 0
@@ -62,9 +62,9 @@ QSL_API void DGETRF(const int* m, const int* n, double* a, const int* lda, int* 
  * @param b       B, n by nrhs; replaced by X.
  * @param ldb     Leading dimension of B: at least max(1, n) in column-major order, nrhs in
  *                row-major.
- * @return        0; -i when argument i is bad (@p layout is 1); the number of the first column, from
- *                1, whose pivot is exactly zero: A is singular, holds its factors, and B is
- *                unchanged; -1011 when there is no memory for the column-major copies.
+ * @return        0; -i when argument i is bad (@p layout is 1); the number of the first column,
+ * from 1, whose pivot is exactly zero: A is singular, holds its factors, and B is unchanged; -1011
+ * when there is no memory for the column-major copies.
  *
  * Before anything else A and B are searched for NaN: -4 or -7 says that A or B has one, without a
  * message. (LAPACKE_NANCHECK=0 in the environment switches this off.) Every other negative result
@@ -116,9 +116,8 @@ QSL_API int LAPACKE_zgesv(int layout, int n, int nrhs, complex_double* a, int ld
  * @param b       B, n by nrhs; replaced by X.
  * @param ldb     Leading dimension of B: at least max(1, n) in column-major order, nrhs in
  *                row-major.
- * @return        0; -i when argument i is bad (@p layout is 1); the number of the first column, from
- *                1, whose pivot is exactly zero; -1011 when there is no memory for the column-major
- *                copies.
+ * @return        0; -i when argument i is bad (@p layout is 1); the number of the first column,
+ * from 1, whose pivot is exactly zero; -1011 when there is no memory for the column-major copies.
  *
  * The search for NaN answers -6 for @p ab and -9 for B. It includes the room for fill, so set that
  * to zero, or switch the search off.

@@ -18,8 +18,8 @@ QSL_HIDDEN void qsl_lapacke_xerbla(const char* name, int info);
 // 1 unless LAPACKE_NANCHECK is a number that is 0; read once.
 QSL_HIDDEN int qsl_lapacke_nancheck_enabled();
 
-// 1 when a matrix of m rows and n columns holds a NaN; 0 for a null pointer and for a layout that is
-// none.
+// 1 when a matrix of m rows and n columns holds a NaN; 0 for a null pointer and for a layout that
+// is none.
 QSL_HIDDEN int qsl_lapacke_dge_nancheck(int layout, int m, int n, const double* a, int lda);
 QSL_HIDDEN int qsl_lapacke_zge_nancheck(int layout, int m, int n, const complex_double* a, int lda);
 // The same for a band of kl sub-diagonals and ku super-diagonals.

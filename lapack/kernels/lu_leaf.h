@@ -23,8 +23,8 @@ template <class Elements>
     const auto number = [](const double* p) QSL_INLINE_LAMBDA {
       return reinterpret_cast<const complex_double*>(p);
     };
-    zgemv(trans, m, n, number(minus_one<Real>), number(a), lda, number(x), incx,
-          number(one<Real>), reinterpret_cast<complex_double*>(y), incy);
+    zgemv(trans, m, n, number(minus_one<Real>), number(a), lda, number(x), incx, number(one<Real>),
+          reinterpret_cast<complex_double*>(y), incy);
   }
 }
 
@@ -32,8 +32,8 @@ template <class Elements>
 // many columns its kernels are called as they are.
 inline constexpr int narrow_panel = 48;
 
-// Row j of U, right of the diagonal: later elements of the row at `row`, less the product of L's row
-// with the columns above.
+// Row j of U, right of the diagonal: later elements of the row at `row`, less the product of L's
+// row with the columns above.
 template <class Elements>
 [[gnu::noinline]] void update_row(int j, int later, const double* row, double* next, int lda) {
   constexpr int unit = Elements::unit;

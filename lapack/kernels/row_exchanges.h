@@ -1,4 +1,5 @@
-// Row exchanges, column by column: the rows that a factorisation has exchanged, in any other columns.
+// Row exchanges, column by column: the rows that a factorisation has exchanged, in any other
+// columns.
 //
 // A pivot is tested before it is used, four together first and then one by one; the first bad one
 // ends the call with what is done by then. As the tests are the same in every column, the first

@@ -29,12 +29,11 @@ QSL_INLINE void copy_transposed(int rows, int columns, const Factor& factor,
     Scalar* to = b + i * ldb;
     for (; j + units <= columns; j += units) {
       Wide tile[units];
-      unroll<units>(
-          [&](auto c) QSL_INLINE_LAMBDA { tile[c.value] = Wide::load(from + c.value * lda); });
+      unroll<units>([&](auto c)
+                        QSL_INLINE_LAMBDA { tile[c.value] = Wide::load(from + c.value * lda); });
       transpose(tile);
-      unroll<units>([&](auto r) QSL_INLINE_LAMBDA {
-        factor.apply(tile[r.value]).store(to + r.value * ldb);
-      });
+      unroll<units>(
+          [&](auto r) QSL_INLINE_LAMBDA { factor.apply(tile[r.value]).store(to + r.value * ldb); });
       from += units * lda;
       to += units * parts;
     }

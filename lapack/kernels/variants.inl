@@ -1,5 +1,5 @@
-// A level's routines of the solvers. SmallVector is the register of small matrices, DoubleVector that
-// of long columns.
+// A level's routines of the solvers. SmallVector is the register of small matrices, DoubleVector
+// that of long columns.
 #pragma once
 
 #include "lapack/kernels/leaf.inl"

@@ -91,9 +91,9 @@ QSL_INLINE void trsv(int uplo, int trans, int diag, int n, const typename Type::
       level_gemv(trans, done, order, taken, a + found + first * lda, lda, x + found, kept,
                  x + first);
     }
-    trsv_block_solve<Type>({trans, diag == QSL_UNIT, reinterpret_cast<const Scalar*>(diagonal),
-                            lda * Type::parts},
-                           forward, order, reinterpret_cast<Scalar*>(x + first));
+    trsv_block_solve<Type>(
+        {trans, diag == QSL_UNIT, reinterpret_cast<const Scalar*>(diagonal), lda * Type::parts},
+        forward, order, reinterpret_cast<Scalar*>(x + first));
     if (trans == 0 && left > order) {
       const int other = forward ? first + order : 0;
       level_gemv(0, left - order, order, taken, a + other + first * lda, lda, x + first, kept,

@@ -1,5 +1,5 @@
-// Small matrices in a buffer on the stack: columns start `stride` elements apart and are padded with
-// zeros to whole registers, so that every access is a whole, aligned register.
+// Small matrices in a buffer on the stack: columns start `stride` elements apart and are padded
+// with zeros to whole registers, so that every access is a whole, aligned register.
 //
 // The steps of an elimination come in two forms with the same names: a fixed one, whose sizes the
 // compiler knows, for straight-line code, and one that loops.

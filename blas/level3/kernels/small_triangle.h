@@ -1,8 +1,8 @@
 // Substitution with a triangle of order 8 or less, one right-hand side at a time, its elements in
 // registers from the first to the last step: straight-line code for each order.
 //
-// The triangle is first copied to the stack, by the columns of op(A), so that one form serves all: a
-// value that is found is eliminated from those that follow.
+// The triangle is first copied to the stack, by the columns of op(A), so that one form serves all:
+// a value that is found is eliminated from those that follow.
 #pragma once
 
 #include "blas/level3/kernels/division.h"
@@ -206,8 +206,8 @@ struct SmallTriangle {
   }
 };
 
-// Left, lower and unit, or left, upper and not unit: the two triangles of a factorisation, with many
-// right-hand sides.
+// Left, lower and unit, or left, upper and not unit: the two triangles of a factorisation, with
+// many right-hand sides.
 template <class Elements, int n, bool lower>
 [[gnu::noinline]] bool solve_triangle_in_registers(int count, const double* a, int lda, double* b,
                                                    int ldb) {

@@ -127,7 +127,8 @@ QSL_INLINE void triangular(int side, int uplo, int trans, int diag, int m, int n
   const bool op_is_lower = (uplo == QSL_LOWER) == (trans == 0);
   // The triangles of a factorisation, where they are small.
   if constexpr (work == TriangularWork::solve) {
-    if (left && m <= largest_triangle_in_registers && trans == 0 && op_is_lower == (diag == QSL_UNIT)) {
+    if (left && m <= largest_triangle_in_registers && trans == 0 &&
+        op_is_lower == (diag == QSL_UNIT)) {
       using Elements = ElementsInRegisters<Type>;
       const auto* from = reinterpret_cast<const double*>(a);
       auto* to = reinterpret_cast<double*>(b);
