@@ -21,6 +21,16 @@ long double norm(const Matrix<Number>& a) {
   return result;
 }
 
+// The norm of the triangle U of a factorisation.
+template <class Number>
+long double norm_of_upper(const Matrix<Number>& factors) {
+  Matrix<Number> upper = factors;
+  for (int j = 0; j < upper.columns(); j++) {
+    for (int i = j + 1; i < upper.rows(); i++) upper(i, j) = number<Number>(0);
+  }
+  return norm(upper);
+}
+
 // ||A - P*L*U|| / (n * eps * ||A||). With `allow_growth` ||U|| takes the place of ||A|| when it is
 // larger.
 template <class Number>
@@ -28,14 +38,12 @@ long double factor_ratio(const Matrix<Number>& a, const Matrix<Number>& factors,
                          const std::vector<int>& ipiv, bool allow_growth = false) {
   const int m = a.rows(), n = a.columns(), steps = std::min(m, n);
   Matrix<Number> rest = a;
-  Matrix<Number> upper(steps, n);
   for (int i = 0; i < steps; i++) rest.exchange_rows(i, ipiv[static_cast<std::size_t>(i)] - 1);
   long double worst = 0;
   std::vector<Wide<Number>> column(static_cast<std::size_t>(m));
   for (int j = 0; j < n; j++) {
     for (int i = 0; i < m; i++) column[static_cast<std::size_t>(i)] = wide(rest(i, j));
     for (int k = 0; k <= std::min(j, steps - 1); k++) {
-      upper(k, j) = factors(k, j);
       const Wide<Number> u = wide(factors(k, j));
       const Number* l = factors.column(k);
       Wide<Number>* to = column.data();
@@ -48,16 +56,18 @@ long double factor_ratio(const Matrix<Number>& a, const Matrix<Number>& factors,
   }
   if (worst == 0) return 0;
   long double scale = norm(a);
-  if (allow_growth) scale = std::max(scale, norm(upper));
+  if (allow_growth) scale = std::max(scale, norm_of_upper(factors));
   return worst / scale / (std::max(m, n) * eps);
 }
 
-// max ||op(A)*x - b|| / (n * eps * ||op(A)|| * ||x||) over the right-hand sides.
+// max ||op(A)*x - b|| / (n * eps * ||op(A)|| * ||x||) over the right-hand sides. `grown` takes the
+// place of the norm when it is larger.
 template <class Number>
-long double solve_ratio(const Matrix<Number>& a, const Matrix<Number>& x, const Matrix<Number>& b) {
+long double solve_ratio(const Matrix<Number>& a, const Matrix<Number>& x, const Matrix<Number>& b,
+                        long double grown = 0) {
   const int n = a.rows();
   long double worst = 0;
-  const long double norm_a = norm(a);
+  const long double norm_a = std::max(norm(a), grown);
   std::vector<Wide<Number>> column(static_cast<std::size_t>(n));
   for (int j = 0; j < x.columns(); j++) {
     for (int i = 0; i < n; i++) column[static_cast<std::size_t>(i)] = wide(b(i, j));
