@@ -265,6 +265,80 @@ TEST(ReportsByValue, LeadingDimensionsByColumns) {
   });
 }
 
+// A NaN is found before anything else, and nothing is said of it.
+TEST(ReportsByValue, ANanIsSilent) {
+  for_each_kind([](auto kind) {
+    using Number = decltype(kind);
+    for (const int layout : {CblasColMajor, CblasRowMajor}) {
+      for (const int lda : {4, 3}) {
+        for (const int ldb : {4, 1}) {
+          for (const int nan_in : {4, 7}) {
+            Operands<Number> operands;
+            (nan_in == 4 ? operands.a : operands.b).set(0, 0, number<Number>(nan_value));
+            int status = 99;
+            EXPECT_EQ(printed([&] {
+                        status =
+                            Exported<Number>::gesv(layout, 4, 3, operands.a.data(), lda,
+                                                   operands.pivots.data(), operands.b.data(), ldb);
+                      }),
+                      "");
+            EXPECT_EQ(status, -nan_in) << layout << ", " << lda << ", " << ldb;
+            EXPECT_TRUE(operands.pivots.untouched());
+          }
+        }
+      }
+      // Before a bad number of right-hand sides as well.
+      Operands<Number> operands;
+      operands.a.set(3, 3, number<Number>(nan_value));
+      EXPECT_EQ(printed([&] {
+                  EXPECT_EQ(Exported<Number>::gesv(layout, 4, -1, operands.a.data(), 4, nullptr,
+                                                   operands.b.data(), 4),
+                            -4);
+                }),
+                "");
+    }
+  });
+}
+
+// No more of a column, or a row, than its leading dimension: what lies behind is not seen.
+TEST(ReportsByValue, ALeadingDimensionThatIsTooSmallEndsTheSearch) {
+  for_each_kind([](auto kind) {
+    using Number = decltype(kind);
+    for (const int n : {4, 6, 20}) {
+      const int lda = n / 2;
+      std::vector<Number> a(static_cast<std::size_t>(n * n), number<Number>(1)), b = a;
+      std::vector<int> ipiv(20, -7);
+      const auto solve = [&](int layout) {
+        return Exported<Number>::gesv(layout, n, 2, a.data(), lda, ipiv.data(), b.data(), n);
+      };
+      const std::string by_columns = report(4, routine_name<Number>("GESV ")),
+                        by_rows = wrong_parameter(5, Exported<Number>::name + std::string("_work"));
+      a[static_cast<std::size_t>(n * lda)] = number<Number>(nan_value);
+      EXPECT_EQ(printed([&] { EXPECT_EQ(solve(CblasColMajor), -5); }), by_columns) << n;
+      EXPECT_EQ(printed([&] { EXPECT_EQ(solve(CblasRowMajor), -5); }), by_rows) << n;
+      a[static_cast<std::size_t>(n * lda) - 1] = number<Number>(nan_value);
+      EXPECT_EQ(printed([&] { EXPECT_EQ(solve(CblasColMajor), -4); }), "") << n;
+      EXPECT_EQ(printed([&] { EXPECT_EQ(solve(CblasRowMajor), -4); }), "") << n;
+      EXPECT_EQ(ipiv, std::vector<int>(20, -7));
+    }
+  });
+}
+
+// Null pointers are clean, and without elements they are legal.
+TEST(ReportsByValue, NullPointersHoldNoNan) {
+  for_each_kind([](auto kind) {
+    using Number = decltype(kind);
+    Number b[4] = {number<Number>(nan_value)};
+    EXPECT_EQ(
+        printed([&] {
+          EXPECT_EQ(Exported<Number>::gesv(CblasRowMajor, 2, 2, nullptr, 1, nullptr, b, 2), -7);
+          EXPECT_EQ(Exported<Number>::gesv(CblasRowMajor, 2, 2, nullptr, 1, nullptr, nullptr, 2),
+                    -5);
+        }),
+        wrong_parameter(5, Exported<Number>::name + std::string("_work")));
+  });
+}
+
 // The layer's own printer.
 TEST(LapackeReport, EveryStatus) {
   const auto text_of = [](int status) {
