@@ -56,7 +56,8 @@ QSL_INLINE f64 operator/(f64 a, f64 b) { return {_mm_div_sd(a.v, b.v)}; }
 // Comparisons are false for a NaN.
 QSL_INLINE bool operator>(f64 a, f64 b) { return _mm_comigt_sd(a.v, b.v) != 0; }
 QSL_INLINE bool operator>=(f64 a, f64 b) { return _mm_comige_sd(a.v, b.v) != 0; }
-QSL_INLINE bool is_nan(f64 a) { return _mm_comineq_sd(a.v, a.v) != 0; }
+// (Not by an ordered comparison: g++ before 13 takes NaN for equal to itself there.)
+QSL_INLINE bool is_nan(f64 a) { return (_mm_movemask_pd(_mm_cmpunord_sd(a.v, a.v)) & 1) != 0; }
 QSL_INLINE f64 square_root(f64 a) { return {_mm_sqrt_sd(a.v, a.v)}; }
 
 // a * b + c

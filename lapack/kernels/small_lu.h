@@ -218,6 +218,7 @@ QSL_INLINE int lu_by_rows(int m, int n, double* a, int lda, int* ipiv) {
   } else {
     switch (registers_for<Elements>(m)) {
       case 1:
+        return lu_loop<Elements, 1>(m, n, a, lda, ipiv);
       case 2:
         return lu_loop<Elements, 2>(m, n, a, lda, ipiv);
       case 3:

@@ -354,6 +354,92 @@ void band_products() {
   }
 }
 
+// A system whose elimination is exact in every mode: multipliers are halves, pivots powers of two,
+// and each pivot stands in the last row that is left.
+struct System {
+  int n, nrhs, parts;
+  Numbers a, b;
+
+  System(int order, int sides, int part_count, bool by_rows)
+      : n(order),
+        nrhs(sides),
+        parts(part_count),
+        a(order * order * part_count),
+        b(order * sides * part_count) {
+    for (int i = 0; i < n; ++i) {
+      for (int j = 0; j < n; ++j) set(a, by_rows ? i * n + j : i + j * n, element(i, j));
+      for (int j = 0; j < nrhs; ++j) {
+        double sum = 0;
+        for (int k = 0; k < n; ++k) sum += element(i, k) * solution(k, j);
+        set(b, by_rows ? i * nrhs + j : i + j * n, sum);
+      }
+    }
+  }
+  static double lower(int i, int k) { return i == k ? 1 : i > k ? ((i + k) % 3 - 1) * 0.5 : 0; }
+  static double upper(int k, int j) {
+    return k == j ? 1 << j % 3 : k < j ? (k + 2 * j) % 5 - 2 : 0;
+  }
+  double element(int i, int j) const {
+    double sum = 0;
+    for (int k = 0; k < n; ++k) sum += lower((i + 1) % n, k) * upper(k, j);
+    return sum;
+  }
+  static double solution(int k, int j) { return (3 * k + j) % 7 - 3; }
+  // Imaginary parts are twice the real ones on the right side, and in the solution.
+  void set(Numbers& to, int i, double value) const {
+    to.set(parts * i, value);
+    if (parts == 2) to.set(parts * i + 1, &to == &a ? 0 : 2 * value);
+  }
+  void expect_solution(const char* name, bool by_rows) const {
+    for (int k = 0; k < n; ++k) {
+      for (int j = 0; j < nrhs; ++j) {
+        const int at = parts * (by_rows ? k * nrhs + j : k + j * n);
+        ASSERT_EQ(b.get(at), solution(k, j)) << name << ' ' << n << ": " << k << ", " << j;
+        if (parts == 2) {
+          ASSERT_EQ(b.get(at + 1), 2 * solution(k, j))
+              << name << ' ' << n << ": " << k << ", " << j;
+        }
+      }
+    }
+  }
+  // U, and L's rows in their order.
+  void expect_factors(const char* name, const std::vector<int>& ipiv) const {
+    for (int k = 0; k < n; ++k) {
+      ASSERT_EQ(ipiv[static_cast<std::size_t>(k)], n) << name << ' ' << n << ": " << k;
+      for (int i = 0; i < n; ++i) {
+        ASSERT_EQ(a.get(i + k * n), i > k ? lower(i, k) : upper(i, k))
+            << name << ' ' << n << ": " << i << ", " << k;
+      }
+    }
+  }
+};
+
+void linear_systems() {
+  for (const int n : {1, 5, 8, 16, 17, 40}) {
+    std::vector<int> ipiv(static_cast<std::size_t>(n));
+    int info = 99;
+    System factored(n, 0, 1, false);
+    call("DGETRF", code(&DGETRF),
+         {word(&n), word(&n), word(factored.a.data()), word(&n), word(ipiv.data()), word(&info)});
+    ASSERT_EQ(info, 0) << n;
+    factored.expect_factors("DGETRF", ipiv);
+    for (const int layout : {CblasColMajor, CblasRowMajor}) {
+      for (const int nrhs : {1, 9}) {
+        const bool by_rows = layout == CblasRowMajor;
+        for (const int parts : {1, 2}) {
+          System s(n, nrhs, parts, by_rows);
+          const char* name = parts == 1 ? "LAPACKE_dgesv" : "LAPACKE_zgesv";
+          const Call c = call(name, parts == 1 ? code(&LAPACKE_dgesv) : code(&LAPACKE_zgesv),
+                              {word(layout), word(n), word(nrhs), word(s.a.data()), word(n),
+                               word(ipiv.data()), word(s.b.data()), word(by_rows ? nrhs : n)});
+          ASSERT_EQ(c.eax, 0u) << name << ' ' << n;
+          s.expect_solution(name, by_rows);
+        }
+      }
+    }
+  }
+}
+
 void memory() {
   for (std::size_t size : {std::size_t{1}, std::size_t{1000}, std::size_t{1} << 20}) {
     const Call allocated = call("QSL_malloc", code(&QSL_malloc), {word(size), word(128)});
@@ -368,7 +454,8 @@ void memory() {
 }
 
 const std::function<void()> kFamilies[] = {dot_products,    complex_updates, complex_copies,
-                                           matrix_products, band_products,   memory};
+                                           matrix_products, band_products,   linear_systems,
+                                           memory};
 
 // Answers the stack pointer at the call instruction.
 [[gnu::naked]] std::uint32_t stack_pointer() { asm("leal 4(%esp), %eax\n ret"); }
