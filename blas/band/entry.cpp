@@ -1,4 +1,5 @@
-// The exported product of a band matrix and a vector, and the wrapper with verbose timing behind it.
+// The exported product of a band matrix and a vector, and the wrapper with verbose timing behind
+// it.
 //
 // A row-major array is the band storage of the transposed matrix: sizes and widths change places,
 // and a plain product becomes a transposed one. What the conjugate transpose becomes is the plain

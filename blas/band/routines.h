@@ -16,8 +16,8 @@ QSL_DECLARE_VARIANTS(void, zgbmv,
                       const complex_double* a, int lda, const complex_double* x, int incx,
                       const complex_double* beta, complex_double* y, int incy));
 
-// The same with its arguments by pointer and checked, with a verbose line. `trans` points to N, T or
-// C in either case.
+// The same with its arguments by pointer and checked, with a verbose line. `trans` points to N, T
+// or C in either case.
 extern "C" QSL_HIDDEN void ZGBMV(const char* trans, const int* m, const int* n, const int* kl,
                                  const int* ku, const complex_double* alpha,
                                  const complex_double* a, const int* lda, const complex_double* x,
