@@ -51,6 +51,14 @@ struct f64 {
 QSL_INLINE f64 operator+(f64 a, f64 b) { return {_mm_add_sd(a.v, b.v)}; }
 QSL_INLINE f64 operator*(f64 a, f64 b) { return {_mm_mul_sd(a.v, b.v)}; }
 
+QSL_INLINE f64 operator-(f64 a, f64 b) { return {_mm_sub_sd(a.v, b.v)}; }
+QSL_INLINE f64 operator/(f64 a, f64 b) { return {_mm_div_sd(a.v, b.v)}; }
+// Comparisons are false for a NaN.
+QSL_INLINE bool operator>(f64 a, f64 b) { return _mm_comigt_sd(a.v, b.v) != 0; }
+QSL_INLINE bool operator>=(f64 a, f64 b) { return _mm_comige_sd(a.v, b.v) != 0; }
+QSL_INLINE bool is_nan(f64 a) { return _mm_comineq_sd(a.v, a.v) != 0; }
+QSL_INLINE f64 square_root(f64 a) { return {_mm_sqrt_sd(a.v, a.v)}; }
+
 // a * b + c
 QSL_INLINE f64 mul_add(f64 a, f64 b, f64 c) {
 #if defined(__FMA__)
@@ -120,6 +128,14 @@ QSL_INLINE f64x2 mul_add(f64x2 a, f64x2 b, f64x2 c) {
   return a * b + c;
 #endif
 }
+// c - a * b
+QSL_INLINE f64x2 neg_mul_add(f64x2 a, f64x2 b, f64x2 c) {
+#if defined(__FMA__)
+  return {_mm_fnmadd_pd(a.v, b.v, c.v)};
+#else
+  return c - a * b;
+#endif
+}
 #if defined(__FMA__)
 // a * b - c in even lanes, a * b + c in odd ones
 QSL_INLINE f64x2 mul_sub_add(f64x2 a, f64x2 b, f64x2 c) { return {_mm_fmaddsub_pd(a.v, b.v, c.v)}; }
@@ -138,6 +154,16 @@ QSL_INLINE f64x2 dup_even(f64x2 a) {
 }
 // (a1, a1)
 QSL_INLINE f64x2 dup_odd(f64x2 a) { return {_mm_unpackhi_pd(a.v, a.v)}; }
+// Lane `lane` in all lanes; pair `pair` in all pairs.
+template <int lane>
+QSL_INLINE f64x2 broadcast_lane(f64x2 a) {
+  if constexpr (lane == 0) return dup_even(a);
+  return dup_odd(a);
+}
+template <int pair>
+QSL_INLINE f64x2 broadcast_pair_of(f64x2 a) {
+  return a;
+}
 // (a1, a0)
 QSL_INLINE f64x2 swap_pairs(f64x2 a) { return {_mm_shuffle_pd(a.v, a.v, 1)}; }
 // (a0, b0)
@@ -157,6 +183,29 @@ QSL_INLINE f64x2 add_sub(f64x2 a, f64x2 b) {
 #else
   return a + negate_even(b);
 #endif
+}
+
+QSL_INLINE f64x2 negate(f64x2 a) { return {_mm_xor_pd(a.v, _mm_set1_pd(-0.0))}; }
+QSL_INLINE f64x2 absolute(f64x2 a) { return {_mm_andnot_pd(_mm_set1_pd(-0.0), a.v)}; }
+// a, not negative, with the signs of b
+QSL_INLINE f64x2 with_sign_of(f64x2 a, f64x2 b) {
+  return {_mm_or_pd(a.v, _mm_and_pd(b.v, _mm_set1_pd(-0.0)))};
+}
+// The greater one of each lane; b where either is NaN.
+QSL_INLINE f64x2 greater_of(f64x2 a, f64x2 b) { return {_mm_max_pd(a.v, b.v)}; }
+// One bit for each lane in which a == b.
+QSL_INLINE int equal_lanes(f64x2 a, f64x2 b) { return _mm_movemask_pd(_mm_cmpeq_pd(a.v, b.v)); }
+// One bit for each lane that is NaN.
+QSL_INLINE int nan_lanes(f64x2 a) { return _mm_movemask_pd(_mm_cmpunord_pd(a.v, a.v)); }
+// The lanes of a where the mask's bits are all ones, those of b where they are zeros.
+QSL_INLINE f64x2 select(f64x2 mask, f64x2 a, f64x2 b) {
+  return {_mm_or_pd(_mm_and_pd(mask.v, a.v), _mm_andnot_pd(mask.v, b.v))};
+}
+// The first `count` lanes of a, the others of b.
+template <int count>
+QSL_INLINE f64x2 first_then(f64x2 a, f64x2 b) {
+  if constexpr (count == 0) return b;
+  return {_mm_move_sd(b.v, a.v)};
 }
 
 QSL_INLINE f64x2 first_pair(f64x2 a) { return a; }

@@ -64,6 +64,13 @@ QSL_INLINE f64x4 mul_add(f64x4 a, f64x4 b, f64x4 c) {
   return a * b + c;
 #endif
 }
+QSL_INLINE f64x4 neg_mul_add(f64x4 a, f64x4 b, f64x4 c) {
+#if defined(__FMA__)
+  return {_mm256_fnmadd_pd(a.v, b.v, c.v)};
+#else
+  return c - a * b;
+#endif
+}
 #if defined(__FMA__)
 QSL_INLINE f64x4 mul_sub_add(f64x4 a, f64x4 b, f64x4 c) {
   return {_mm256_fmaddsub_pd(a.v, b.v, c.v)};
@@ -72,6 +79,14 @@ QSL_INLINE f64x4 mul_sub_add(f64x4 a, f64x4 b, f64x4 c) {
 
 QSL_INLINE f64x4 dup_even(f64x4 a) { return {_mm256_movedup_pd(a.v)}; }
 QSL_INLINE f64x4 dup_odd(f64x4 a) { return {_mm256_permute_pd(a.v, 0xf)}; }
+template <int pair>
+QSL_INLINE f64x4 broadcast_pair_of(f64x4 a) {
+  return {_mm256_permute2f128_pd(a.v, a.v, pair == 0 ? 0x00 : 0x11)};
+}
+template <int lane>
+QSL_INLINE f64x4 broadcast_lane(f64x4 a) {
+  return broadcast_pair_of<lane / 2>({_mm256_permute_pd(a.v, lane % 2 == 0 ? 0x0 : 0xf)});
+}
 QSL_INLINE f64x4 swap_pairs(f64x4 a) { return {_mm256_permute_pd(a.v, 0x5)}; }
 QSL_INLINE f64x4 negate_even(f64x4 a) {
   return {_mm256_xor_pd(a.v, _mm256_set_pd(0.0, -0.0, 0.0, -0.0))};
@@ -80,6 +95,28 @@ QSL_INLINE f64x4 negate_odd(f64x4 a) {
   return {_mm256_xor_pd(a.v, _mm256_set_pd(-0.0, 0.0, -0.0, 0.0))};
 }
 QSL_INLINE f64x4 add_sub(f64x4 a, f64x4 b) { return {_mm256_addsub_pd(a.v, b.v)}; }
+
+QSL_INLINE f64x4 negate(f64x4 a) { return {_mm256_xor_pd(a.v, _mm256_set1_pd(-0.0))}; }
+QSL_INLINE f64x4 absolute(f64x4 a) { return {_mm256_andnot_pd(_mm256_set1_pd(-0.0), a.v)}; }
+QSL_INLINE f64x4 with_sign_of(f64x4 a, f64x4 b) {
+  return {_mm256_or_pd(a.v, _mm256_and_pd(b.v, _mm256_set1_pd(-0.0)))};
+}
+QSL_INLINE f64x4 greater_of(f64x4 a, f64x4 b) { return {_mm256_max_pd(a.v, b.v)}; }
+QSL_INLINE int equal_lanes(f64x4 a, f64x4 b) {
+  return _mm256_movemask_pd(_mm256_cmp_pd(a.v, b.v, _CMP_EQ_OQ));
+}
+QSL_INLINE int nan_lanes(f64x4 a) {
+  return _mm256_movemask_pd(_mm256_cmp_pd(a.v, a.v, _CMP_UNORD_Q));
+}
+QSL_INLINE f64x4 select(f64x4 mask, f64x4 a, f64x4 b) {
+  // The compiler would compare the mask with zero first.
+  asm("" : "+x"(mask.v));
+  return {_mm256_blendv_pd(b.v, a.v, mask.v)};
+}
+template <int count>
+QSL_INLINE f64x4 first_then(f64x4 a, f64x4 b) {
+  return {_mm256_blend_pd(b.v, a.v, (1 << count) - 1)};
+}
 
 QSL_INLINE f64x2 first_pair(f64x4 a) { return {_mm256_castpd256_pd128(a.v)}; }
 

@@ -86,6 +86,17 @@ QSL_INLINE f64x8 add_sub(f64x8 a, f64x8 b) {
   return {_mm512_fmaddsub_pd(a.v, _mm512_set1_pd(1.0), b.v)};
 }
 
+QSL_INLINE f64x8 operator/(f64x8 a, f64x8 b) { return {_mm512_div_pd(a.v, b.v)}; }
+QSL_INLINE f64x8 negate(f64x8 a) { return {_mm512_xor_pd(a.v, _mm512_set1_pd(-0.0))}; }
+QSL_INLINE f64x8 absolute(f64x8 a) { return {_mm512_andnot_pd(_mm512_set1_pd(-0.0), a.v)}; }
+QSL_INLINE f64x8 greater_of(f64x8 a, f64x8 b) { return {_mm512_max_pd(a.v, b.v)}; }
+QSL_INLINE int equal_lanes(f64x8 a, f64x8 b) {
+  return static_cast<int>(_mm512_cmp_pd_mask(a.v, b.v, _CMP_EQ_OQ));
+}
+QSL_INLINE int nan_lanes(f64x8 a) {
+  return static_cast<int>(_mm512_cmp_pd_mask(a.v, a.v, _CMP_UNORD_Q));
+}
+
 QSL_INLINE f64x2 first_pair(f64x8 a) { return {_mm512_castpd512_pd128(a.v)}; }
 
 QSL_INLINE f64x4 lower_half(f64x8 a) { return {_mm512_castpd512_pd256(a.v)}; }

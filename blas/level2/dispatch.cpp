@@ -18,3 +18,6 @@ QSL_DISPATCHER(void, zgeru,
 QSL_DISPATCHER(void, cgeru,
                (int, int, const complex_float*, const complex_float*, int, const complex_float*,
                 int, const complex_float*, complex_float*, int));
+
+QSL_DISPATCHER(void, dtrsv, (int, int, int, int, const double*, int, double*));
+QSL_DISPATCHER(void, ztrsv, (int, int, int, int, const complex_double*, int, complex_double*));

@@ -35,3 +35,11 @@ QSL_DECLARE_VARIANTS(void, cgeru,
                      (int m, int n, const complex_float* alpha, const complex_float* x, int incx,
                       const complex_float* y, int incy, const complex_float* beta, complex_float* a,
                       int lda));
+
+// x := inverse(op(A)) * x, A being triangular of order n: QslTriangle, QslDiagonal of the level-3
+// routines. A singular matrix is not looked for. x is contiguous.
+QSL_DECLARE_VARIANTS(void, dtrsv,
+                     (int uplo, int trans, int diag, int n, const double* a, int lda, double* x));
+QSL_DECLARE_VARIANTS(void, ztrsv,
+                     (int uplo, int trans, int diag, int n, const complex_double* a, int lda,
+                      complex_double* x));

@@ -47,6 +47,7 @@ struct RealElements {
     Register value;
 
     QSL_INLINE static FactorIn read(const Scalar* p) { return {Register::broadcast_from(p)}; }
+    QSL_INLINE FactorIn negated() const { return {negate(value)}; }
     QSL_INLINE Register times(Register x) const { return value * x; }
     QSL_INLINE Register times_plus(Register x, Register sum) const {
       return mul_add(value, x, sum);
@@ -113,6 +114,7 @@ struct ComplexElements {
       const Register pairs = Register::broadcast_pair(p);
       return {dup_even(pairs), negate_even(dup_odd(pairs))};
     }
+    QSL_INLINE FactorIn negated() const { return {negate(real), negate(imag)}; }
     QSL_INLINE Register times(Register x) const { return mul_add(swap_pairs(x), imag, x * real); }
     QSL_INLINE Register times_plus(Register x, Register sum) const {
       return mul_add(swap_pairs(x), imag, mul_add(x, real, sum));

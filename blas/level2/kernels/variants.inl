@@ -3,6 +3,7 @@
 #pragma once
 
 #include "blas/level2/kernels/drivers.h"
+#include "blas/level2/kernels/trsv.h"
 #include "blas/level2/routines.h"
 
 namespace qsl::QSL_LEVEL {
@@ -38,6 +39,15 @@ void zgeru(int m, int n, const complex_double* alpha, const complex_double* x, i
 void cgeru(int m, int n, const complex_float* alpha, const complex_float* x, int incx,
            const complex_float* y, int incy, const complex_float* beta, complex_float* a, int lda) {
   ger<ComplexElements<SingleVector>>(m, n, alpha, x, incx, y, incy, beta, a, lda);
+}
+
+void dtrsv(int uplo, int trans, int diag, int n, const double* a, int lda, double* x) {
+  trsv<Real>(uplo, trans, diag, n, a, lda, x);
+}
+
+void ztrsv(int uplo, int trans, int diag, int n, const complex_double* a, int lda,
+           complex_double* x) {
+  trsv<DoubleComplex>(uplo, trans, diag, n, a, lda, x);
 }
 
 }  // namespace qsl::QSL_LEVEL

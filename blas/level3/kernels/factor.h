@@ -12,6 +12,8 @@ namespace qsl::QSL_LEVEL {
 
 template <class Type>
 inline constexpr typename Type::Scalar one[2] = {1, 0};
+template <class Type>
+inline constexpr typename Type::Scalar minus_one[2] = {-1, 0};
 
 // One complex number in single precision: the lower half of a register.
 struct ComplexInLow {

@@ -5,12 +5,10 @@
 #pragma once
 
 #include "blas/level3/kernels/scale.h"
+#include "blas/level3/kernels/small_triangle.h"
 #include "blas/level3/kernels/triangular_leaf.h"
 
 namespace qsl::QSL_LEVEL {
-
-template <class Type>
-inline constexpr typename Type::Scalar minus_one[2] = {-1, 0};
 
 template <class Type>
 struct TriangularCall {
@@ -100,6 +98,23 @@ void triangular_recursion(const TriangularCall<Type>& t, int n, const typename T
   }
 }
 
+// Elements of a type in registers of 256 bits where the level has them, or of 128.
+#if defined(__AVX__)
+using RegisterOfSmall = f64x4;
+#else
+using RegisterOfSmall = f64x2;
+#endif
+template <int parts>
+struct PartsInRegisters {
+  using Elements = RealElements<RegisterOfSmall>;
+};
+template <>
+struct PartsInRegisters<2> {
+  using Elements = ComplexElements<RegisterOfSmall>;
+};
+template <class Type>
+using ElementsInRegisters = typename PartsInRegisters<Type::parts>::Elements;
+
 template <class Type, TriangularWork work>
 QSL_INLINE void triangular(int side, int uplo, int trans, int diag, int m, int n,
                            const typename Type::Element* alpha, const typename Type::Element* a,
@@ -110,6 +125,19 @@ QSL_INLINE void triangular(int side, int uplo, int trans, int diag, int m, int n
   scale_matrix<Type>(describe(b, m, n, ldb, 0, sizeof(typename Type::Element)), alpha);
   if (is_zero(factor, Type::parts)) return;
   const bool op_is_lower = (uplo == QSL_LOWER) == (trans == 0);
+  // The triangles of a factorisation, where they are small.
+  if constexpr (work == TriangularWork::solve) {
+    if (left && m <= largest_triangle_in_registers && trans == 0 && op_is_lower == (diag == QSL_UNIT)) {
+      using Elements = ElementsInRegisters<Type>;
+      const auto* from = reinterpret_cast<const double*>(a);
+      auto* to = reinterpret_cast<double*>(b);
+      if (op_is_lower) {
+        solve_few_rows<Elements, true>(m, n, from, lda, to, ldb);
+        return;
+      }
+      if (solve_few_rows<Elements, false>(m, n, from, lda, to, ldb)) return;
+    }
+  }
   triangular_recursion<Type, work>(
       {left, trans, diag == QSL_UNIT, left == op_is_lower, left ? n : m, lda, ldb}, left ? m : n, a,
       b);

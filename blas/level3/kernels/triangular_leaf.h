@@ -6,6 +6,7 @@
 // time, in a strip that holds element i of all of them together, as packed A does.
 #pragma once
 
+#include "blas/level3/kernels/division.h"
 #include "blas/level3/kernels/pack.h"
 #include "blas/level3/kernels/product_of.h"
 #include "blas/level3/kernels/simple_loops.h"
@@ -23,8 +24,7 @@ struct TriangularLeaf {
   bool backward;  // row i of L belongs to element n - 1 - i
   // Row by row; negated for a solve, whose rows are then sums like those of a product.
   Scalar factor[leaf_order * leaf_order * Type::parts];
-  // A solve multiplies with `diagonal` and divides by `divisor`. For a complex diagonal element d
-  // both are of moderate size (R. L. Smith, "Algorithm 116: Complex division", Comm. ACM 5 (1962)).
+  // A solve multiplies with `diagonal` and divides by `divisor`.
   Scalar diagonal[leaf_order * Type::parts];
   Scalar divisor[leaf_order];
 
@@ -32,28 +32,6 @@ struct TriangularLeaf {
   QSL_INLINE Scalar* row(int i) { return factor + i * leaf_order * Type::parts; }
   QSL_INLINE const Scalar* row(int i) const { return factor + i * leaf_order * Type::parts; }
 };
-
-// The factor and the divisor of a division by d.
-QSL_INLINE void set_division(const double* d, double* diagonal, double* divisor, Real) {
-  diagonal[0] = 1;
-  *divisor = *d;
-}
-QSL_INLINE double magnitude(double x) { return x < 0 ? -x : x; }
-QSL_INLINE void set_division(const double* d, double* diagonal, double* divisor, DoubleComplex) {
-  const double re = d[0];
-  const double im = d[1];
-  if (magnitude(re) >= magnitude(im)) {
-    const double ratio = im / re;
-    diagonal[0] = 1;
-    diagonal[1] = -ratio;
-    *divisor = re + im * ratio;
-  } else {
-    const double ratio = re / im;
-    diagonal[0] = ratio;
-    diagonal[1] = -1;
-    *divisor = im + re * ratio;
-  }
-}
 
 // Reads L out of the triangular matrix at `a`: element (i, j) of L is i_step and j_step away.
 template <class Type, TriangularWork work>

@@ -1,0 +1,246 @@
+// Substitution with a triangle of order 8 or less, one right-hand side at a time, its elements in
+// registers from the first to the last step: straight-line code for each order.
+//
+// The triangle is first copied to the stack, by the columns of op(A), so that one form serves all: a
+// value that is found is eliminated from those that follow.
+#pragma once
+
+#include "blas/level3/kernels/division.h"
+#include "blas/level3/kernels/small_matrix.h"
+
+namespace qsl::QSL_LEVEL {
+
+inline constexpr int largest_triangle_in_registers = 8;
+
+// Element `place` of a register as a multiplier.
+template <class Elements>
+struct InAllRows;
+template <class Vector>
+struct InAllRows<RealElements<Vector>> {
+  Vector value;
+
+  template <int place>
+  QSL_INLINE static InAllRows of(Vector x) {
+    return {broadcast_lane<place>(x)};
+  }
+  // y - value * x
+  QSL_INLINE Vector times_taken_from(Vector x, Vector y) const { return neg_mul_add(value, x, y); }
+};
+template <class Vector>
+struct InAllRows<ComplexElements<Vector>> {
+  Vector real, imag;  // imag: (vi, -vi)
+
+  template <int place>
+  QSL_INLINE static InAllRows of(Vector x) {
+    const Vector pair = broadcast_pair_of<place>(x);
+    return {dup_even(pair), negate_odd(dup_odd(pair))};
+  }
+  QSL_INLINE Vector times_taken_from(Vector x, Vector y) const {
+    return mul_add(swap_pairs(x), imag, neg_mul_add(real, x, y));
+  }
+};
+
+// What becomes of an element on the diagonal.
+enum class Diagonal { unit, divide };
+
+template <class AnyElements, int n_>
+struct SmallTriangle {
+  using Elements = FittingRows<AnyElements, n_>;
+  using Vector = typename Elements::Vector;
+  static constexpr int n = n_;
+  static constexpr int unit = Elements::unit;
+  static constexpr int lanes = Vector::lanes;
+  static constexpr int rows = rows_of_register<Elements>;
+  static constexpr int registers = registers_for<Elements>(n);
+  static constexpr int stride = registers * lanes;
+
+  alignas(Vector::bytes) double at[n * stride];
+  // A division by the diagonal is a product with `diagonal`, for complex numbers, and a division by
+  // `divisor`.
+  double diagonal[n * 2];
+  double divisor[n];
+
+  using Column = Vector[registers];
+
+  QSL_INLINE void read(int trans, const double* a, int lda) {
+    if (trans == 0) {
+      unroll<n>([&](auto j) QSL_INLINE_LAMBDA {
+        copy_to_buffer<Elements>(n, a + j.value * lda * unit, at + j.value * stride);
+      });
+      return;
+    }
+    for (double& element : at) element = 0;
+    for (int j = 0; j < n; j++) {
+      for (int i = 0; i < n; i++) {
+        auto value = Elements::load_one(a + (i * lda + j) * unit);
+        if constexpr (unit == 2) {
+          if (trans == 2) value = negate_odd(value);
+        }
+        Elements::store_one(at + j * stride + i * unit, value);
+      }
+    }
+  }
+
+  QSL_INLINE void set_divisors() {
+    for (int k = 0; k < n; k++) {
+      set_division(at + k * stride + k * unit, diagonal + 2 * k, divisor + k,
+                   DivisionOf<Elements>{});
+    }
+  }
+  // Rows divided by their diagonal elements, by way of the reciprocals, which go to `reciprocals`:
+  // what remains has a unit diagonal. Not done when a reciprocal is not a normal number.
+  QSL_INLINE bool divide_rows(double* reciprocals) {
+    constexpr double least = 0x1p-1000;
+    constexpr double most = 0x1p1000;
+    for (int k = 0; k < n; k++) {
+      const double size = magnitude(divisor[k]);
+      if (!(size > least && size < most)) return false;
+    }
+    for (int i = 0; i < stride; i++) reciprocals[i] = 0;
+    for (int k = 0; k < n; k++) {
+      for (int part = 0; part < unit; part++) {
+        reciprocals[k * unit + part] = diagonal[2 * k + part] / divisor[k];
+      }
+    }
+    for (int k = 0; k < n; k++) {
+      unroll<registers>([&](auto i) QSL_INLINE_LAMBDA {
+        double* u = at + k * stride + i.value * lanes;
+        lane_product(Vector::load_aligned(u), Vector::load_aligned(reciprocals + i.value * lanes))
+            .store_aligned(u);
+      });
+    }
+    return true;
+  }
+  QSL_INLINE static void multiply(Column& x, const double* by) {
+    unroll<registers>([&](auto i) QSL_INLINE_LAMBDA {
+      x[i.value] = lane_product(x[i.value], Vector::load_aligned(by + i.value * lanes));
+    });
+  }
+  // Elements of two registers, one by one.
+  QSL_INLINE static Vector lane_product(Vector x, Vector y) {
+    if constexpr (unit == 1) {
+      return x * y;
+    } else {
+      return add_sub(x * dup_even(y), swap_pairs(x) * dup_odd(y));
+    }
+  }
+
+  template <Diagonal kind, int k>
+  QSL_INLINE void finish_element(Column& x) const {
+    if constexpr (kind != Diagonal::unit) {
+      Vector& own = x[k / rows];
+      Vector value = own;
+      if constexpr (unit == 2) {
+        value = Elements::template FactorIn<Vector>::read(diagonal + 2 * k).times(value);
+      }
+      value = value / Vector::broadcast_from(divisor + k);
+      constexpr int first = k % rows * unit;
+      own = from_lane<first>(up_to_lane<first + unit>(value, own), own);
+    }
+  }
+
+  template <Diagonal kind>
+  QSL_INLINE void forward(Column& x) const {
+    unroll<n>([&](auto k) QSL_INLINE_LAMBDA {
+      constexpr int own = k.value / rows;
+      constexpr int after = (k.value % rows + 1) * unit;
+      finish_element<kind, k.value>(x);
+      if constexpr (k.value + 1 < n) {
+        const double* column = at + k.value * stride;
+        const auto by = InAllRows<Elements>::template of<k.value % rows>(x[own]);
+        if constexpr (after < lanes) {
+          const Vector l = Vector::load_aligned(column + own * lanes);
+          x[own] = from_lane<after>(by.times_taken_from(l, x[own]), x[own]);
+        }
+        unroll<registers - own - 1>([&](auto i) QSL_INLINE_LAMBDA {
+          Vector& below = x[own + 1 + i.value];
+          const Vector l = Vector::load_aligned(column + (own + 1 + i.value) * lanes);
+          below = by.times_taken_from(l, below);
+        });
+      }
+    });
+  }
+
+  template <Diagonal kind>
+  QSL_INLINE void backward(Column& x) const {
+    unroll<n>([&](auto from_end) QSL_INLINE_LAMBDA {
+      constexpr int k = n - 1 - from_end.value;
+      constexpr int own = k / rows;
+      constexpr int before = k % rows * unit;
+      finish_element<kind, k>(x);
+      if constexpr (k > 0) {
+        const double* column = at + k * stride;
+        const auto by = InAllRows<Elements>::template of<k % rows>(x[own]);
+        if constexpr (before > 0) {
+          const Vector u = Vector::load_aligned(column + own * lanes);
+          x[own] = up_to_lane<before>(by.times_taken_from(u, x[own]), x[own]);
+        }
+        unroll<own>([&](auto i) QSL_INLINE_LAMBDA {
+          const Vector u = Vector::load_aligned(column + i.value * lanes);
+          x[i.value] = by.times_taken_from(u, x[i.value]);
+        });
+      }
+    });
+  }
+
+  // Right-hand sides in memory.
+  QSL_INLINE static void load(const double* b, Column& x) {
+    unroll<registers>([&](auto i) QSL_INLINE_LAMBDA {
+      constexpr int left = n * unit - i.value * lanes;
+      if constexpr (left >= lanes) {
+        x[i.value] = Vector::load(b + i.value * lanes);
+      } else {
+        x[i.value] = Vector{load_rest<Elements>(b + i.value * lanes, left).v};
+      }
+    });
+  }
+  QSL_INLINE static void store(const Column& x, double* b) {
+    unroll<registers>([&](auto i) QSL_INLINE_LAMBDA {
+      constexpr int left = n * unit - i.value * lanes;
+      if constexpr (left >= lanes) {
+        x[i.value].store(b + i.value * lanes);
+      } else {
+        store_rest<Elements>(b + i.value * lanes, x[i.value], left);
+      }
+    });
+  }
+};
+
+// Left, lower and unit, or left, upper and not unit: the two triangles of a factorisation, with many
+// right-hand sides.
+template <class Elements, int n, bool lower>
+[[gnu::noinline]] bool solve_triangle_in_registers(int count, const double* a, int lda, double* b,
+                                                   int ldb) {
+  using Triangle = SmallTriangle<Elements, n>;
+  Triangle t;
+  alignas(Triangle::Vector::bytes) double reciprocals[Triangle::stride];
+  t.read(0, a, lda);
+  if constexpr (!lower) {
+    t.set_divisors();
+    if (!t.divide_rows(reciprocals)) return false;
+  }
+  for (; count > 0; count--) {
+    keep(count);
+    typename Triangle::Column x;
+    Triangle::load(b, x);
+    if constexpr (lower) {
+      t.template forward<Diagonal::unit>(x);
+    } else {
+      Triangle::multiply(x, reciprocals);
+      t.template backward<Diagonal::unit>(x);
+    }
+    Triangle::store(x, b);
+    b += ldb * Triangle::unit;
+  }
+  return true;
+}
+
+template <class Elements, bool lower, int n = largest_triangle_in_registers>
+QSL_INLINE bool solve_few_rows(int order, int count, const double* a, int lda, double* b, int ldb) {
+  if constexpr (n > 1) {
+    if (order < n) return solve_few_rows<Elements, lower, n - 1>(order, count, a, lda, b, ldb);
+  }
+  return solve_triangle_in_registers<Elements, n, lower>(count, a, lda, b, ldb);
+}
+
+}  // namespace qsl::QSL_LEVEL

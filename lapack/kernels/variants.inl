@@ -1,0 +1,73 @@
+// A level's routines of the solvers. SmallVector is the register of small matrices, DoubleVector that
+// of long columns.
+#pragma once
+
+#include "lapack/kernels/leaf.inl"
+#include "lapack/kernels/nan_scan.h"
+#include "lapack/kernels/row_exchanges.h"
+#include "lapack/kernels/small_lu.h"
+#include "lapack/kernels/small_solve.h"
+#include "lapack/kernels/transposed_copy.h"
+
+namespace qsl::QSL_LEVEL {
+
+QSL_INLINE double* parts_of(complex_double* x) { return reinterpret_cast<double*>(x); }
+QSL_INLINE const double* parts_of(const complex_double* x) {
+  return reinterpret_cast<const double*>(x);
+}
+
+void dgetrf_small(int m, int n, double* a, int lda, int* ipiv, int* info) {
+  lu_small<RealElements<SmallVector>>(m, n, a, lda, ipiv, info);
+}
+void zgetrf_small(int m, int n, complex_double* a, int lda, int* ipiv, int* info) {
+  lu_small<ComplexElements<SmallVector>>(m, n, parts_of(a), lda, ipiv, info);
+}
+
+void dgetrs_small(int trans, int n, int nrhs, const double* a, int lda, const int* ipiv, double* b,
+                  int ldb) {
+  solve_small_system<RealElements<SmallVector>>(trans, n, nrhs, a, lda, ipiv, b, ldb);
+}
+void zgetrs_small(int trans, int n, int nrhs, const complex_double* a, int lda, const int* ipiv,
+                  complex_double* b, int ldb) {
+  solve_small_system<ComplexElements<SmallVector>>(trans, n, nrhs, parts_of(a), lda, ipiv,
+                                                   parts_of(b), ldb);
+}
+
+int dlaswp(int n, double* a, int lda, int row, int direction, const int* pivot, int step,
+           int count) {
+  return exchange_rows_of<RealElements<f64x2>>(n, a, lda, {row, direction, pivot, step, count});
+}
+int zlaswp(int n, complex_double* a, int lda, int row, int direction, const int* pivot, int step,
+           int count) {
+  return exchange_rows_of<ComplexElements<f64x2>>(n, parts_of(a), lda,
+                                                  {row, direction, pivot, step, count});
+}
+
+void domatcopy_t(int rows, int columns, const double* alpha, const double* a, int lda, double* b,
+                 int ldb) {
+  transposed_copy<Real>(rows, columns, alpha, a, lda, b, ldb);
+}
+void zomatcopy_t(int rows, int columns, const complex_double* alpha, const complex_double* a,
+                 int lda, complex_double* b, int ldb) {
+  transposed_copy<DoubleComplex>(rows, columns, parts_of(alpha), parts_of(a), lda, parts_of(b),
+                                 ldb);
+}
+
+int nan_in_runs(int direct, int count, int length, const double* x, int step) {
+  return has_nan<DoubleVector>(direct != 0, count, [&](int j, int& doubles) QSL_INLINE_LAMBDA {
+    doubles = length;
+    return x + static_cast<std::size_t>(j) * static_cast<std::size_t>(step);
+  });
+}
+
+int nan_in_band(int direct, int count, int first, int end, int most, const complex_double* x,
+                int ld) {
+  return has_nan<DoubleVector>(direct != 0, count, [&](int j, int& doubles) QSL_INLINE_LAMBDA {
+    const int start = first > j ? first - j : 0;
+    const int stop = end - j < most ? end - j : most;
+    doubles = 2 * (stop - start);
+    return parts_of(x + start + static_cast<std::size_t>(j) * static_cast<std::size_t>(ld));
+  });
+}
+
+}  // namespace qsl::QSL_LEVEL
