@@ -123,6 +123,8 @@ def tables(results):
         "zgemm": product(results, "zgemm"),
         "cgemm": product(results, "cgemm"),
         "zgbmv": bands(results, BAND_PRODUCTS),
+        "zgbsv": bands(results, ["zgbsv"]),
+        "zgbsv, lower levels": lower_types(results, ["zgbsv"]),
         "zgbmv, lower levels": lower_types(results, BAND_PRODUCTS),
         "complex, lower levels": lower_types(results, ["zgemm", "cgemm"]),
     }
