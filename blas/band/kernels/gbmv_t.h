@@ -42,7 +42,10 @@ struct ColumnSum {
 
 // dots[c] := column c times x for pairs of columns of one shape, each a row below the one before.
 // `a` is the first pair's first common element and x stands on that row.
-template <class Elements>
+//
+// Four sums are too few to hide the latency of a fused operation in each. Short columns don't mind,
+// since the next pair begins meanwhile; long ones take every second product by itself.
+template <class Elements, bool long_columns>
 [[gnu::noinline]] void dot_pairs(int pairs, PairShape shape, const typename Elements::Scalar* a,
                                  int lda, const typename Elements::Scalar* x, bool conjugate,
                                  typename Elements::Scalar* dots) {
@@ -89,10 +92,13 @@ template <class Elements>
       add(whole, i);
       i += lanes;
     }
-    // Four sums are too few to hide the latency of a fused operation in each.
     for (; i != 0; i += 2 * lanes) {
       add(whole, i);
-      add_product(i + lanes);
+      if constexpr (long_columns) {
+        add_product(i + lanes);
+      } else {
+        add(whole, i + lanes);
+      }
       __builtin_prefetch(first + i + ahead);
       __builtin_prefetch(second + i + ahead);
       keep(i);
@@ -105,6 +111,8 @@ template <class Elements>
   }
 }
 
+inline constexpr int least_long_column = 64;
+
 // The dot products of at most factor_block columns with some of their rows; x stands on the first.
 template <class Elements>
 QSL_INLINE void dot_block(const Band<Elements>& band, const typename Elements::Scalar* x,
@@ -112,8 +120,10 @@ QSL_INLINE void dot_block(const Band<Elements>& band, const typename Elements::S
   const int taken = walk_pairs(
       band,
       [&](PairShape shape, int pairs, int j, int row) QSL_INLINE_LAMBDA {
-        dot_pairs<Elements>(pairs, shape, band.element(row, j), band.lda, at<Elements>(x, row),
-                            conjugate, at<Elements>(dots, j));
+        const auto dot =
+            shape.rows < least_long_column ? dot_pairs<Elements, false> : dot_pairs<Elements, true>;
+        dot(pairs, shape, band.element(row, j), band.lda, at<Elements>(x, row), conjugate,
+            at<Elements>(dots, j));
       },
       [&](int j, int row, int rows) QSL_INLINE_LAMBDA {
         dot_columns<Elements, 1>(rows, band.element(row, j), band.lda, at<Elements>(x, row),
