@@ -28,6 +28,7 @@ class Group:
 GROUPS = [
     Group("vectors", "bench_level1", "/{}/"),
     Group("bands", "bench_band", "^zgbmv-[NTC]/{}/", share=0.5),
+    Group("band systems", "bench_band_lu", "^zgbsv/{}/"),
     Group("memory", "bench_memory", ".", "none"),
     Group("small products", "bench_level3", "^[dzc]gemm/{}/[0-9][0-9]?$", share=0.5),
     Group("products", "bench_level3", "^[dzc]gemm/{}/[0-9]00$", share=0.5),

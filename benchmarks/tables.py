@@ -150,6 +150,8 @@ def tables(results):
         "zgemm": product(results, "zgemm"),
         "cgemm": product(results, "cgemm"),
         "zgbmv": bands(results, BAND_PRODUCTS),
+        "zgbsv": bands(results, ["zgbsv"]),
+        "zgbsv, lower levels": lower_types(results, ["zgbsv"]),
         "zgbmv, lower levels": lower_types(results, BAND_PRODUCTS),
         "dgetrf": factorisation(results),
         "dgetrf, lower levels": lower_types(results, ["dgetrf"]),

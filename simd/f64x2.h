@@ -167,6 +167,10 @@ QSL_INLINE f64x2 broadcast_pair_of(f64x2 a) {
 }
 // (a1, a0)
 QSL_INLINE f64x2 swap_pairs(f64x2 a) { return {_mm_shuffle_pd(a.v, a.v, 1)}; }
+// (a0, b0)
+QSL_INLINE f64x2 lower_lanes(f64x2 a, f64x2 b) { return {_mm_unpacklo_pd(a.v, b.v)}; }
+// (a1, b1)
+QSL_INLINE f64x2 upper_lanes(f64x2 a, f64x2 b) { return {_mm_unpackhi_pd(a.v, b.v)}; }
 // (a1, b0): the pair that straddles two neighbours
 QSL_INLINE f64x2 straddle(f64x2 a, f64x2 b) { return {_mm_shuffle_pd(a.v, b.v, 1)}; }
 // (-a0, a1)

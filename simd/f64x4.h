@@ -125,6 +125,9 @@ QSL_INLINE f64x4 combine(f64x2 lower, f64x2 upper) {
 }
 QSL_INLINE f64x2 lower_half(f64x4 a) { return {_mm256_castpd256_pd128(a.v)}; }
 QSL_INLINE f64x2 upper_half(f64x4 a) { return {_mm256_extractf128_pd(a.v, 1)}; }
+QSL_INLINE f64x4 join(f64x2 lower, f64x2 upper) {
+  return {_mm256_insertf128_pd(_mm256_castpd128_pd256(lower.v), upper.v, 1)};
+}
 // Upper half + lower half.
 QSL_INLINE f64x2 sum_halves(f64x4 a) { return lower_half(a) + upper_half(a); }
 QSL_INLINE f64 sum_lanes(f64x4 a) { return sum_lanes(sum_halves(a)); }

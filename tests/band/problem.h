@@ -1,6 +1,8 @@
 // Products with band matrices for the tests: the operands, and the product in long double.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <climits>
 #include <cmath>

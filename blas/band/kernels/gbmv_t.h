@@ -7,9 +7,45 @@
 
 namespace qsl::QSL_LEVEL {
 
+// Sums over a column: of (ar * xr, ai * xi) and of (ar * xi, ai * xr). They take one shuffle of x
+// and none of the column, and are put together at their end.
+template <class Vector>
+struct ColumnSum {
+  Vector direct = Vector::zero();
+  Vector crossed = Vector::zero();
+
+  QSL_INLINE void add(Vector elements, Vector x, Vector swapped) {
+    keep_vector(elements);
+    direct = mul_add(elements, x, direct);
+    keep_vector(direct);
+    crossed = mul_add(elements, swapped, crossed);
+    keep_vector(crossed);
+  }
+  // The same with a product of its own: the sum waits for an addition, which is done sooner than a
+  // fused operation, at the price of an instruction more.
+  QSL_INLINE void add_product(Vector elements, Vector x, Vector swapped) {
+    keep_vector(elements);
+    direct = direct + elements * x;
+    keep_vector(direct);
+    crossed = crossed + elements * swapped;
+    keep_vector(crossed);
+  }
+  // a * x = (d0 - d1, c0 + c1), conj(a) * x = (d0 + d1, c0 - c1)
+  QSL_INLINE auto total(bool conjugate) const {
+    const auto d = sum_to_narrow(direct);
+    const auto c = sum_to_narrow(crossed);
+    const auto first = lower_lanes(d, c);
+    const auto second = upper_lanes(d, c);
+    return conjugate ? first + negate_odd(second) : add_sub(first, second);
+  }
+};
+
 // dots[c] := column c times x for pairs of columns of one shape, each a row below the one before.
 // `a` is the first pair's first common element and x stands on that row.
-template <class Elements>
+//
+// Four sums are too few to hide the latency of a fused operation in each. Short columns don't mind,
+// since the next pair begins meanwhile; long ones take every second product by itself.
+template <class Elements, bool long_columns>
 [[gnu::noinline]] void dot_pairs(int pairs, PairShape shape, const typename Elements::Scalar* a,
                                  int lda, const typename Elements::Scalar* x, bool conjugate,
                                  typename Elements::Scalar* dots) {
@@ -23,41 +59,59 @@ template <class Elements>
   const auto one = [](const Scalar* p)
                        QSL_INLINE_LAMBDA { return Vector::lower(Elements::load_one(p)); };
   for (; pairs > 0; pairs--) {
-    const Scalar* const column[2] = {a, at<Elements>(a, 1, lda - 1)};
-    typename Elements::Sum sums[2] = {Elements::Sum::from(Vector::zero()),
-                                      Elements::Sum::from(Vector::zero())};
-    if (shape.top) sums[0].add(one(column[0] - unit), Elements::multiplier_of(one(x - unit)));
-    if (shape.bottom) sums[1].add(one(column[1] + n), Elements::multiplier_of(one(x + n)));
-    // Each vector is loaded once.
+    // Everything is counted from the end.
+    const Scalar* const first = a + n;
+    const Scalar* const second = at<Elements>(a, 1, lda - 1) + n;
+    const Scalar* const end = x + n;
+    ColumnSum<Vector> sums[2];
+    if (shape.top) {
+      const Vector top = one(end - n - unit);
+      sums[0].add(one(first - n - unit), top, swap_pairs(top));
+    }
+    if (shape.bottom) {
+      const Vector bottom = one(end);
+      sums[1].add(one(second), bottom, swap_pairs(bottom));
+    }
     const auto add = [&](const auto& load, int i) QSL_INLINE_LAMBDA {
-      Vector factors = load(x + i);
+      Vector factors = load(end + i);
       keep_vector(factors);
-      const auto by = Elements::multiplier_of(factors);
-      unroll<2>([&](auto c) QSL_INLINE_LAMBDA {
-        Vector elements = load(column[c.value] + i);
-        keep_vector(elements);
-        sums[c.value].add(elements, by);
-      });
+      const Vector swapped = swap_pairs(factors);
+      sums[0].add(load(first + i), factors, swapped);
+      sums[1].add(load(second + i), factors, swapped);
     };
-    int i = 0;
-    for (; i < rest; i += unit) add(one, i);
-    if ((n - i) & lanes) {
+    const auto add_product = [&](int i) QSL_INLINE_LAMBDA {
+      Vector factors = Vector::load(end + i);
+      keep_vector(factors);
+      const Vector swapped = swap_pairs(factors);
+      sums[0].add_product(Vector::load(first + i), factors, swapped);
+      sums[1].add_product(Vector::load(second + i), factors, swapped);
+    };
+    int i = -n;
+    for (; i < rest - n; i += unit) add(one, i);
+    if (i & lanes) {
       add(whole, i);
       i += lanes;
     }
-    for (; i < n; i += 2 * lanes) {
+    for (; i != 0; i += 2 * lanes) {
       add(whole, i);
-      add(whole, i + lanes);
-      __builtin_prefetch(column[0] + i + ahead);
-      __builtin_prefetch(column[1] + i + ahead);
+      if constexpr (long_columns) {
+        add_product(i + lanes);
+      } else {
+        add(whole, i + lanes);
+      }
+      __builtin_prefetch(first + i + ahead);
+      __builtin_prefetch(second + i + ahead);
       keep(i);
     }
-    Elements::template store_totals<2>(dots, sums, conjugate);
+    Elements::store_one(dots, sums[0].total(conjugate));
+    Elements::store_one(dots + unit, sums[1].total(conjugate));
     a = at<Elements>(a, 2, lda);
     x += 2 * unit;
     dots += 2 * unit;
   }
 }
+
+inline constexpr int least_long_column = 64;
 
 // The dot products of at most factor_block columns with some of their rows; x stands on the first.
 template <class Elements>
@@ -66,8 +120,10 @@ QSL_INLINE void dot_block(const Band<Elements>& band, const typename Elements::S
   const int taken = walk_pairs(
       band,
       [&](PairShape shape, int pairs, int j, int row) QSL_INLINE_LAMBDA {
-        dot_pairs<Elements>(pairs, shape, band.element(row, j), band.lda, at<Elements>(x, row),
-                            conjugate, at<Elements>(dots, j));
+        const auto dot =
+            shape.rows < least_long_column ? dot_pairs<Elements, false> : dot_pairs<Elements, true>;
+        dot(pairs, shape, band.element(row, j), band.lda, at<Elements>(x, row), conjugate,
+            at<Elements>(dots, j));
       },
       [&](int j, int row, int rows) QSL_INLINE_LAMBDA {
         dot_columns<Elements, 1>(rows, band.element(row, j), band.lda, at<Elements>(x, row),
