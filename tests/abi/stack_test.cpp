@@ -440,6 +440,31 @@ void linear_systems() {
   }
 }
 
+// The identity times 2, in the middle of three diagonals and a row for fill.
+void band_systems() {
+  for (const int layout : {CblasRowMajor, CblasColMajor}) {
+    const bool by_rows = layout == CblasRowMajor;
+    const int n = 5, rows = 4;
+    std::vector<double> ab(2 * n * rows), b(2 * n);
+    std::vector<int> ipiv(n);
+    for (int i = 0; i < 2 * n * rows; i++) ab[i] = 0;
+    for (int i = 0; i < n; i++) {
+      ab[2 * (by_rows ? 2 * n + i : rows * i + 2)] = 2;
+      b[2 * i] = 2 * i;
+      b[2 * i + 1] = -2;
+    }
+    const Call c =
+        call("LAPACKE_zgbsv", code(&LAPACKE_zgbsv),
+             {word(layout), word(n), word(1), word(1), word(1), word(ab.data()),
+              word(by_rows ? n : rows), word(ipiv.data()), word(b.data()), word(by_rows ? 1 : n)});
+    ASSERT_EQ(c.eax, 0u);
+    for (int i = 0; i < n; i++) {
+      ASSERT_EQ(b[2 * i], i);
+      ASSERT_EQ(b[2 * i + 1], -1);
+    }
+  }
+}
+
 void memory() {
   for (std::size_t size : {std::size_t{1}, std::size_t{1000}, std::size_t{1} << 20}) {
     const Call allocated = call("QSL_malloc", code(&QSL_malloc), {word(size), word(128)});
@@ -455,7 +480,7 @@ void memory() {
 
 const std::function<void()> kFamilies[] = {dot_products,    complex_updates, complex_copies,
                                            matrix_products, band_products,   linear_systems,
-                                           memory};
+                                           band_systems,    memory};
 
 // Answers the stack pointer at the call instruction.
 [[gnu::naked]] std::uint32_t stack_pointer() { asm("leal 4(%esp), %eax\n ret"); }
