@@ -3,8 +3,8 @@
  * Data: the constants of a 24-gauge cable at 100 kHz, 70 degrees Fahrenheit, from W. D. Reeve,
  * "Subscriber Loop Signaling and Transmission Handbook: Digital", IEEE Press 1995. The line obeys
  * O. Heaviside's equation V'' = (R + jwL) (G + jwC) V. Differences of the fourth order make it a
- * matrix with two diagonals on either side; the exact solution, a hyperbolic cosine, is known and
- * printed beside ours.
+ * matrix with two diagonals on either side, and two more above in its first row; the exact
+ * solution, a hyperbolic cosine, is known and printed beside ours.
  *
  * Use: telephone_line
  */
@@ -15,7 +15,7 @@
 
 #include "qsl/qsl.h"
 
-enum { kNodes = 2000, kLower = 4, kUpper = 4, kRows = 2 * kLower + kUpper + 1 };
+enum { kNodes = 2000, kLower = 2, kUpper = 4, kRows = 2 * kLower + kUpper + 1 };
 
 /* Per kilometre. */
 static const double kResistance = 191.63;    /* ohm */

@@ -32,9 +32,16 @@ bool is_nan(const double* x) {
   return ((bits->high << 1) | (bits->low != 0 ? 1u : 0u)) > 0xffe00000u;
 }
 
-// `count` runs of `length` doubles. Short ones that lie end to end are one.
-int nan_in_runs(bool direct, int count, int length, const double* a, int step) {
-  if (length <= 0 || count <= 0) return 0;
+// `count` runs of `elements` of `parts` doubles. Short ones that lie end to end are one.
+int nan_in_runs(bool direct, int count, int elements, const double* a, int ld, int parts) {
+  // Before anything is multiplied: a size far below zero might become one above.
+  if (elements <= 0 || count <= 0) return 0;
+  const auto doubles_of = [parts](int count_of_elements) {
+    return static_cast<int>(static_cast<unsigned>(count_of_elements) *
+                            static_cast<unsigned>(parts));
+  };
+  const int length = doubles_of(elements);
+  const int step = doubles_of(ld);
   if (!direct || length != step) return qsl_dispatch_nan_in_runs(direct, count, length, a, step);
   const int doubles = count * length;
   if (doubles > kFewDoubles) return qsl_dispatch_nan_in_runs(1, 1, doubles, a, doubles);
@@ -48,10 +55,10 @@ int nan_in_runs(bool direct, int count, int length, const double* a, int step) {
 int general_nancheck(int layout, int m, int n, const double* a, int ld, int parts) {
   if (a == nullptr) return 0;
   if (layout == CblasColMajor) {
-    return nan_in_runs(m < kShortColumn, n, least(m, ld) * parts, a, ld * parts);
+    return nan_in_runs(m < kShortColumn, n, least(m, ld), a, ld, parts);
   }
   if (layout == CblasRowMajor) {
-    return nan_in_runs(n < kShortRow, m, least(n, ld) * parts, a, ld * parts);
+    return nan_in_runs(n < kShortRow, m, least(n, ld), a, ld, parts);
   }
   return 0;
 }

@@ -16,7 +16,7 @@ struct RowOrder {
     unsigned rows = 0x76543210;
     unroll<n - 1>([&](auto i) QSL_INLINE_LAMBDA {
       constexpr int here = 4 * i.value;
-      const int other = 4 * (ipiv[i.value] - 1);
+      const int other = 4 * (ipiv[i.value] - 1) & 31;
       const unsigned difference = ((rows >> here) ^ (rows >> other)) & 15;
       rows ^= difference << here | difference << other;
     });

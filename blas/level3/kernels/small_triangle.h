@@ -41,7 +41,7 @@ struct InAllRows<ComplexElements<Vector>> {
 };
 
 // What becomes of an element on the diagonal.
-enum class Diagonal { unit, divide };
+enum class Diagonal { unit, divide, reciprocal };
 
 template <class AnyElements, int n_>
 struct SmallTriangle {
@@ -56,9 +56,10 @@ struct SmallTriangle {
 
   alignas(Vector::bytes) double at[n * stride];
   // A division by the diagonal is a product with `diagonal`, for complex numbers, and a division by
-  // `divisor`.
+  // `divisor`; or, where that is safe, a product with `reciprocals`.
   double diagonal[n * 2];
   double divisor[n];
+  alignas(Vector::bytes) double reciprocals[stride];
 
   using Column = Vector[registers];
 
@@ -87,9 +88,8 @@ struct SmallTriangle {
                    DivisionOf<Elements>{});
     }
   }
-  // Rows divided by their diagonal elements, by way of the reciprocals, which go to `reciprocals`:
-  // what remains has a unit diagonal. Not done when a reciprocal is not a normal number.
-  QSL_INLINE bool divide_rows(double* reciprocals) {
+  // The reciprocals of the diagonal. Not when one of them is not a normal number.
+  QSL_INLINE bool set_reciprocals() {
     constexpr double least = 0x1p-1000;
     constexpr double most = 0x1p1000;
     for (int k = 0; k < n; k++) {
@@ -102,19 +102,7 @@ struct SmallTriangle {
         reciprocals[k * unit + part] = diagonal[2 * k + part] / divisor[k];
       }
     }
-    for (int k = 0; k < n; k++) {
-      unroll<registers>([&](auto i) QSL_INLINE_LAMBDA {
-        double* u = at + k * stride + i.value * lanes;
-        lane_product(Vector::load_aligned(u), Vector::load_aligned(reciprocals + i.value * lanes))
-            .store_aligned(u);
-      });
-    }
     return true;
-  }
-  QSL_INLINE static void multiply(Column& x, const double* by) {
-    unroll<registers>([&](auto i) QSL_INLINE_LAMBDA {
-      x[i.value] = lane_product(x[i.value], Vector::load_aligned(by + i.value * lanes));
-    });
   }
   // Elements of two registers, one by one.
   QSL_INLINE static Vector lane_product(Vector x, Vector y) {
@@ -130,10 +118,16 @@ struct SmallTriangle {
     if constexpr (kind != Diagonal::unit) {
       Vector& own = x[k / rows];
       Vector value = own;
-      if constexpr (unit == 2) {
-        value = Elements::template FactorIn<Vector>::read(diagonal + 2 * k).times(value);
+      if constexpr (kind == Diagonal::reciprocal) {
+        // Only now, after the last subtraction: rows or right-hand sides that are divided before
+        // may overflow where the result does not.
+        value = lane_product(value, Vector::load_aligned(reciprocals + k / rows * lanes));
+      } else {
+        if constexpr (unit == 2) {
+          value = Elements::template FactorIn<Vector>::read(diagonal + 2 * k).times(value);
+        }
+        value = value / Vector::broadcast_from(divisor + k);
       }
-      value = value / Vector::broadcast_from(divisor + k);
       constexpr int first = k % rows * unit;
       own = from_lane<first>(up_to_lane<first + unit>(value, own), own);
     }
@@ -213,11 +207,10 @@ template <class Elements, int n, bool lower>
                                                    int ldb) {
   using Triangle = SmallTriangle<Elements, n>;
   Triangle t;
-  alignas(Triangle::Vector::bytes) double reciprocals[Triangle::stride];
   t.read(0, a, lda);
   if constexpr (!lower) {
     t.set_divisors();
-    if (!t.divide_rows(reciprocals)) return false;
+    if (!t.set_reciprocals()) return false;
   }
   for (; count > 0; count--) {
     keep(count);
@@ -226,8 +219,7 @@ template <class Elements, int n, bool lower>
     if constexpr (lower) {
       t.template forward<Diagonal::unit>(x);
     } else {
-      Triangle::multiply(x, reciprocals);
-      t.template backward<Diagonal::unit>(x);
+      t.template backward<Diagonal::reciprocal>(x);
     }
     Triangle::store(x, b);
     b += ldb * Triangle::unit;
