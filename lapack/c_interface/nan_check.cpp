@@ -32,6 +32,11 @@ bool is_nan(const double* x) {
   return ((bits->high << 1) | (bits->low != 0 ? 1u : 0u)) > 0xffe00000u;
 }
 
+// Elements as doubles; what has no room in memory wraps.
+int doubles_of(int elements, int parts) {
+  return static_cast<int>(static_cast<unsigned>(elements) * static_cast<unsigned>(parts));
+}
+
 // `count` runs of `length` doubles. Short ones that lie end to end are one.
 int nan_in_runs(bool direct, int count, int length, const double* a, int step) {
   if (length <= 0 || count <= 0) return 0;
@@ -47,13 +52,12 @@ int nan_in_runs(bool direct, int count, int length, const double* a, int step) {
 // A matrix whose elements are `parts` doubles.
 int general_nancheck(int layout, int m, int n, const double* a, int ld, int parts) {
   if (a == nullptr) return 0;
-  if (layout == CblasColMajor) {
-    return nan_in_runs(m < kShortColumn, n, least(m, ld) * parts, a, ld * parts);
-  }
-  if (layout == CblasRowMajor) {
-    return nan_in_runs(n < kShortRow, m, least(n, ld) * parts, a, ld * parts);
-  }
-  return 0;
+  if (!qsl::lapack::is_layout(layout)) return 0;
+  const bool by_columns = layout == CblasColMajor;
+  const int run = least(by_columns ? m : n, ld);
+  if (run <= 0) return 0;
+  return nan_in_runs(by_columns ? m < kShortColumn : n < kShortRow, by_columns ? n : m,
+                     doubles_of(run, parts), a, doubles_of(ld, parts));
 }
 
 }  // namespace
