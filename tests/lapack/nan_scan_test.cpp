@@ -76,7 +76,7 @@ void for_each_field(const Variant& variant, const Value& value) {
         if (instrumented && index % 3 != 0) continue;
         const int step = length + pad;
         const int size = count == 0 || length == 0 ? 0 : (count - 1) * step + length;
-        Field field(size, index * 12 % 64 + (index % 5 == 0 ? 3 : 0));
+        Field field(size, index * 12 % 64);
         for (int j = 0; j < count; j++) {
           for (int i = 0; i < length; i++) field.include(j * step + i, value(i + 3 * j));
         }

@@ -1,6 +1,7 @@
 // The progress hook: what it is told, and what a stop leaves behind.
 #include <gtest/gtest.h>
 
+#include "include/qsl/lapack.h"
 #include "tests/lapack/recursion.h"
 #include "tests/lapack/types.h"
 
@@ -187,6 +188,39 @@ TEST_F(ProgressHook, AStopLeavesTheRightHandSidesAlone) {
     EXPECT_EQ(info, -1002);
     EXPECT_TRUE(b.same_bytes(before));
   });
+}
+
+// Positions and this status alike are shifted by the layout argument.
+TEST_F(ProgressHook, AStopGoesThroughTheExports) {
+  const int n = 20;
+  for (const bool by_rows : {false, true}) {
+    const int layout = by_rows ? CblasRowMajor : CblasColMajor;
+    for_each_kind([&](auto kind) {
+      using Number = decltype(kind);
+      const auto right = random_matrix<Number>(n, 2, 2);
+      Stored<Number> a(known_factors<Number>(n, n, 1).a, {by_rows}), x(right, {by_rows});
+      std::vector<int> ipiv(n);
+      watch(is_real<Number> ? "DGETRF" : "ZGETRF", 1);
+      int status = 99;
+      const std::string text = frame_test::printed([&] {
+        if constexpr (is_real<Number>) {
+          status = LAPACKE_dgesv(layout, n, 2, a.data(), n, ipiv.data(), x.data(), x.ld());
+        } else {
+          status = LAPACKE_zgesv(layout, n, 2, a.data(), n, ipiv.data(), x.data(), x.ld());
+        }
+      });
+      EXPECT_EQ(text, "");
+      EXPECT_EQ(status, -1003);
+      EXPECT_TRUE(equal(x.elements(), right));
+      EXPECT_EQ(Progress::steps.size(), 1u);
+    });
+  }
+  Matrix<double> a = known_factors<double>(n, n, 1).a;
+  std::vector<int> ipiv(n);
+  int info = 99;
+  watch("DGETRF", 1);
+  DGETRF(&n, &n, a.data(), &n, ipiv.data(), &info);
+  EXPECT_EQ(info, -1002);
 }
 
 TEST_F(ProgressHook, TheDefaultHookNeverStopsAndReplacesNone) {

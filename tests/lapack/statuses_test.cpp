@@ -177,6 +177,25 @@ TEST(Statuses, ASingularMatrixGivesItsColumnAndItsFactors) {
   });
 }
 
+// Twice some of these sizes is a positive number of 32 bits.
+TEST(Statuses, NegativeSizesHaveNoElements) {
+  for_each_kind([](auto kind) {
+    using Number = decltype(kind);
+    Number a[1] = {number<Number>(2)}, b[1] = {number<Number>(6)};
+    int ipiv[1] = {77};
+    for (const int size :
+         {-1, -2, -16, -1073741823, -1073741824, -1073741825, -1610612736, INT_MIN + 1, INT_MIN}) {
+      for (const int layout : {CblasColMajor, CblasRowMajor}) {
+        EXPECT_EQ(gesv(layout, size, 1, a, 1, ipiv, b, 1), -2) << size;
+        EXPECT_EQ(gesv(layout, 1, size, a, 1, ipiv, b, 1), -3) << size;
+        EXPECT_EQ(gesv(layout, size, size, a, 1, ipiv, b, 1), -2) << size;
+      }
+    }
+    EXPECT_TRUE(equal(a[0], number<Number>(2)) && equal(b[0], number<Number>(6)));
+    EXPECT_EQ(ipiv[0], 77);
+  });
+}
+
 // One column, or one row: no element of the gap is there.
 TEST(Statuses, LeadingDimensionsWithoutEnd) {
   for_each_kind([](auto kind) {

@@ -31,6 +31,14 @@ int make_verbose_calls() {
   DGETRF(&two, &bad, a, &two, ipiv, &info);
   qsl_printf("expected DGETRF(0,2,%p,2,%p,0)\n", at(a), at(ipiv));
   DGETRF(nullptr, &two, a, &two, ipiv, &info);
+  qsl_printf("expected DGETRF(2,0,%p,2,%p,0)\n", at(a), at(ipiv));
+  DGETRF(&two, nullptr, a, &two, ipiv, &info);
+  // A null pointer is shown as 0, whatever it would have got.
+  qsl_printf("report 4 DGETRF\n");
+  qsl_printf("expected DGETRF(2,2,%p,0,%p,0)\n", at(a), at(ipiv));
+  DGETRF(&two, &two, a, nullptr, ipiv, nullptr);
+  qsl_printf("expected DGETRF(2,2,%p,2,%p,0)\n", at(zeros), at(ipiv));
+  DGETRF(&two, &two, zeros, &two, ipiv, nullptr);
 
   a[0] = 3, a[1] = 1, a[2] = 1, a[3] = 2;
   qsl_printf("expected DGESV(2,1,%p,2,%p,%p,2,0)\n", at(a), at(ipiv), at(b));
@@ -117,7 +125,7 @@ TEST(VerboseSolvers, EveryCallHasItsLine) {
     EXPECT_TRUE(matches(call, line.substr(12, end - 11))) << line << " for " << call;
     EXPECT_NE(line.find("s CNR:", end), std::string::npos) << line;
   }
-  EXPECT_EQ(calls, 11);
+  EXPECT_EQ(calls, 14);
   EXPECT_EQ(take(), last_line);
   EXPECT_EQ(next, lines.size());
 }
@@ -133,8 +141,8 @@ TEST(VerboseSolvers, WithoutVerboseModeThereAreReportsAlone) {
     }
     std::string expected;
     for (const char* bad :
-         {"2 was incorrect on entry to DGETRF.", "7 was incorrect on entry to DGESV .",
-          "1 was incorrect on entry to ZGESV ."}) {
+         {"2 was incorrect on entry to DGETRF.", "4 was incorrect on entry to DGETRF.",
+          "7 was incorrect on entry to DGESV .", "1 was incorrect on entry to ZGESV ."}) {
       expected += std::string("\nArvex QSL ERROR: Parameter ") + bad + "\n";
     }
     EXPECT_EQ(others, expected + last_line + "\n");
