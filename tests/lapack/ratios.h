@@ -9,6 +9,11 @@ namespace lapack_test {
 
 inline constexpr long double threshold = 30;
 
+// A NaN is larger than anything.
+inline void keep_larger(long double value, long double& worst) {
+  if (!std::isnan(worst) && !(value <= worst)) worst = value;
+}
+
 // The largest sum of a column.
 template <class Number>
 long double norm(const Matrix<Number>& a) {
@@ -16,7 +21,7 @@ long double norm(const Matrix<Number>& a) {
   for (int j = 0; j < a.columns(); j++) {
     long double sum = 0;
     for (int i = 0; i < a.rows(); i++) sum += size(wide(a(i, j)));
-    if (!(sum <= result)) result = sum;
+    keep_larger(sum, result);
   }
   return result;
 }
@@ -52,7 +57,7 @@ long double factor_ratio(const Matrix<Number>& a, const Matrix<Number>& factors,
     }
     long double sum = 0;
     for (const auto& element : column) sum += size(element);
-    if (!(sum <= worst)) worst = sum;
+    keep_larger(sum, worst);
   }
   if (worst == 0) return 0;
   long double scale = norm(a);
@@ -85,7 +90,7 @@ long double solve_ratio(const Matrix<Number>& a, const Matrix<Number>& x, const 
     for (const auto& element : column) sum += size(element);
     if (sum == 0) continue;
     const long double ratio = sum / norm_a / norm_x / (n * eps);
-    if (!(ratio <= worst)) worst = ratio;
+    keep_larger(ratio, worst);
   }
   return worst;
 }
