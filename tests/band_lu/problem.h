@@ -18,6 +18,7 @@
 namespace band_lu_test {
 
 using level1_test::emulated;
+using level1_test::instrumented;
 using level2_test::narrow;
 using level2_test::size;
 using level2_test::Wide;
@@ -359,7 +360,7 @@ void check(const Solver& solver, const Shape& s, int nrhs = 1, int ldb_pad = 0) 
 // Every small shape, and the neighbourhood of the blocks of rows and columns.
 template <class Solver>
 void check_shapes(const Solver& solver) {
-  for (int n = 1; n <= (emulated() ? 6 : 11); n++) {
+  for (int n = 1; n <= (emulated() || instrumented ? 6 : 11); n++) {
     for (const int kl : {0, 1, 2, 3, 5, 12}) {
       for (const int ku : {0, 1, 2, 4, 13}) {
         for (const Kind kind : kinds) {
@@ -370,7 +371,7 @@ void check_shapes(const Solver& solver) {
     }
   }
   if (emulated()) return;
-  for (int width = 1; width < 40; width += 3) {
+  for (int width = 1; width < 40; width += instrumented ? 9 : 3) {
     for (const Kind kind : kinds) {
       ASSERT_NO_FATAL_FAILURE(check(solver, {50, width, 6, 0, kind}, 1));
       ASSERT_NO_FATAL_FAILURE(check(solver, {50, 5, width, 1, kind}, 2));

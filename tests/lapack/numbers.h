@@ -13,13 +13,7 @@
 namespace lapack_test {
 
 using level1_test::emulated;
-
-// Code with checks in it is slow, too.
-#if defined(__SANITIZE_ADDRESS__)
-inline constexpr bool instrumented = true;
-#else
-inline constexpr bool instrumented = false;
-#endif
+using level1_test::instrumented;
 
 template <class Number>
 inline constexpr bool is_real = std::is_same_v<Number, double>;

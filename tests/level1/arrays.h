@@ -112,6 +112,13 @@ class GuardedArray {
 // An emulated processor is slow: fewer sizes are swept when QSL_TEST_EMULATED is set.
 inline bool emulated() { return std::getenv("QSL_TEST_EMULATED") != nullptr; }
 
+// A library with checks in its own code is slow, too, if not as slow as an emulator.
+#if defined(__SANITIZE_ADDRESS__)
+inline constexpr bool instrumented = true;
+#else
+inline constexpr bool instrumented = false;
+#endif
+
 // Addresses modulo 64: every fourth byte, as 32-bit programs align doubles, and some odd ones.
 inline std::vector<unsigned> phases() {
   if (emulated()) return {0, 4, 8, 16, 24, 32, 56};

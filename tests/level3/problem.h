@@ -11,13 +11,7 @@
 namespace level3_test {
 
 using level1_test::emulated;
-
-// A library with checks in its own code is slow, too, if not as slow as an emulator.
-#if defined(__SANITIZE_ADDRESS__)
-inline constexpr bool instrumented = true;
-#else
-inline constexpr bool instrumented = false;
-#endif
+using level1_test::instrumented;
 
 enum class Style { column_major, row_major, by_address };
 
