@@ -7,10 +7,11 @@
 
 namespace qsl::blas {
 
-struct [[gnu::may_alias]] DoubleBits {
+// (Packed: a number may lie at any address.)
+struct [[gnu::packed, gnu::may_alias]] DoubleBits {
   unsigned low, high;
 };
-struct [[gnu::may_alias]] FloatBits {
+struct [[gnu::packed, gnu::may_alias]] FloatBits {
   unsigned word;
 };
 

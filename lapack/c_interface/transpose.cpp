@@ -8,8 +8,8 @@ namespace qsl::lapack {
 namespace {
 
 // An element as words: copying a double as such may pass through the x87 unit, which quiets
-// signalling NaNs.
-struct [[gnu::may_alias]] Words {
+// signalling NaNs. It may lie at any address.
+struct [[gnu::packed, gnu::may_alias]] Words {
   unsigned word[4];
 };
 

@@ -191,8 +191,11 @@ void check_shapes(const Product& product, bool by_rows) {
   }
   for (const int inc : {1, 2}) {
     for (const auto& [kl, ku] : {std::pair{1100, 3}, {5, 1200}, {600, 601}}) {
-      ASSERT_NO_FATAL_FAILURE(check_options(product, {0, 1300, 40, kl, ku, 0, inc, inc, by_rows}));
-      ASSERT_NO_FATAL_FAILURE(check_options(product, {0, 40, 1300, kl, ku, 0, inc, inc, by_rows}));
+      for (const auto& [m, n] : {std::pair{1300, 40}, {40, 1300}}) {
+        // (The array of one of them is large, and most of it nobody uses.)
+        if (instrumented && by_rows == (m > n)) continue;
+        ASSERT_NO_FATAL_FAILURE(check_options(product, {0, m, n, kl, ku, 0, inc, inc, by_rows}));
+      }
     }
   }
 }
