@@ -6,7 +6,8 @@
 namespace qsl::lapack {
 namespace {
 
-// Below this in both sizes the small kernels run.
+// Below this in both sizes the small kernels run. With many right-hand sides they run, too, for
+// what they do best: all three steps of a plain solve in one pass.
 constexpr int kSmallSizes = 9;
 
 enum Option { kBadOption = -1, kPlain = 0, kTransposed = 1, kConjugateTransposed = 2 };
@@ -55,6 +56,14 @@ void solve_factored(int trans, int n, int nrhs, const Element* a, int lda, const
   }
 }
 
+// Others are for the general exchanges, which reach all rows of B and report bad pivots.
+bool pivots_are_rows(int n, const int* ipiv) {
+  for (int i = 0; i < n; i++) {
+    if (ipiv[i] < 1 || ipiv[i] > n) return false;
+  }
+  return true;
+}
+
 template <class Type, class Element = typename Type::Element>
 void getrs(const char* trans, int n, int nrhs, const Element* a, int lda, const int* ipiv,
            Element* b, int ldb, int* info) {
@@ -63,7 +72,7 @@ void getrs(const char* trans, int n, int nrhs, const Element* a, int lda, const 
   *info = -bad;
   if (bad != 0) return qsl_xerbla(Type::getrs_name, &bad, 6);
   if (n == 0 || nrhs == 0) return;
-  if (n < kSmallSizes && nrhs < kSmallSizes) {
+  if (n < kSmallSizes && (nrhs < kSmallSizes || (option == kPlain && pivots_are_rows(n, ipiv)))) {
     return Type::getrs_small(option, n, nrhs, a, lda, ipiv, b, ldb);
   }
   solve_factored<Type>(option, n, nrhs, a, lda, ipiv, b, ldb);

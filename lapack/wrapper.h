@@ -4,7 +4,7 @@
 // A call has run(), which returns info, and print(timed, info).
 #pragma once
 
-#include "runtime/messages/messages.h"
+#include "blas/checks.h"
 #include "runtime/verbose/wrapper.h"
 
 namespace qsl::lapack {
@@ -22,7 +22,7 @@ template <class Call>
 
 template <class Call>
 void wrapped(VerboseGate* gate, const Call& call, int* info) {
-  qsl_xerbla_set_default(qsl_xerbla_print);
+  blas::install_reporter();
   const int result = gate->is_off() ? call.run() : verbose_run(gate, call, info != nullptr);
   if (info != nullptr) *info = result;
 }

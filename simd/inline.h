@@ -41,4 +41,16 @@ QSL_INLINE void unroll(const Body& body) {
   }
 }
 
+// body(Index<i>{}) for a number from `first` to `last` that is known at run time only; by halves,
+// for want of jump tables.
+template <int first, int last, class Body>
+QSL_INLINE auto at_index(int i, const Body& body) {
+  constexpr int middle = first + (last - first) / 2;
+  if constexpr (first == last) {
+    return body(Index<first>{});
+  } else {
+    return i <= middle ? at_index<first, middle>(i, body) : at_index<middle + 1, last>(i, body);
+  }
+}
+
 }  // namespace qsl::QSL_LEVEL

@@ -18,7 +18,7 @@ constexpr int kNarrowBand = 6;
 constexpr int kFewDoubles = 8;
 
 // What is not there and what does not fit the buffer leave the check on.
-int decide() {
+[[gnu::noinline, gnu::cold]] int decide() {
   char text[256];
   if (qsl_getenv("LAPACKE_NANCHECK", text, sizeof text) < 1) return 1;
   return qsl::parse_int(text) != 0 ? 1 : 0;

@@ -1,7 +1,9 @@
-// Systems with a factored matrix of order 8 or less, one right-hand side after the other.
+// Systems with a factored matrix of order 8 or less. Few right-hand sides are solved one after the
+// other, many of them abreast.
 #pragma once
 
 #include "blas/level3/kernels/small_triangle.h"
+#include "lapack/kernels/solve_abreast.h"
 
 namespace qsl::QSL_LEVEL {
 
@@ -67,52 +69,90 @@ QSL_INLINE void scatter(const Order& order, const typename Triangle::Column& x, 
   });
 }
 
+// With so many right-hand sides, reciprocals of the diagonal pay.
+inline constexpr int many_right_hand_sides = 9;
+
+template <Diagonal kind, class Triangle, class Order>
+QSL_INLINE void solve_in_order(const Triangle& t, const Order& order, int nrhs, double* b,
+                               int ldb) {
+  for (; nrhs > 0; nrhs--) {
+    typename Triangle::Column x;
+    gather<Triangle>(order, b, x);
+    t.template forward<Diagonal::unit>(x);
+    t.template backward<kind>(x);
+    Triangle::store(x, b);
+    b += ldb * Triangle::unit;
+  }
+}
+
+// (Both with the arguments of the routine: the call becomes a jump.)
+
 template <class Elements, int trans, int n>
-[[gnu::noinline]] void solve_of_order(int nrhs, const double* a, int lda, const int* ipiv,
+[[gnu::noinline]] void solve_of_order(int, int, int nrhs, const double* a, int lda, const int* ipiv,
                                       double* b, int ldb) {
   using Triangle = SmallTriangle<Elements, n>;
   Triangle t;
   t.read(trans, a, lda);
   t.set_divisors();
   const RowOrder<n, Elements::unit> order(ipiv);
+  if constexpr (trans == 0) {
+    return solve_in_order<Diagonal::divide>(t, order, nrhs, b, ldb);
+  }
   for (; nrhs > 0; nrhs--) {
+    // The transpose of U comes first; it is lower triangular.
     typename Triangle::Column x;
-    if constexpr (trans == 0) {
-      gather<Triangle>(order, b, x);
-      t.template forward<Diagonal::unit>(x);
-      t.template backward<Diagonal::divide>(x);
-      Triangle::store(x, b);
-    } else {
-      // The transpose of U comes first; it is lower triangular.
-      Triangle::load(b, x);
-      t.template forward<Diagonal::divide>(x);
-      t.template backward<Diagonal::unit>(x);
-      scatter<Triangle>(order, x, b);
-    }
+    Triangle::load(b, x);
+    t.template forward<Diagonal::divide>(x);
+    t.template backward<Diagonal::unit>(x);
+    scatter<Triangle>(order, x, b);
     b += ldb * Elements::unit;
   }
 }
 
-template <class Elements, int trans, int n = largest_triangle_in_registers>
-QSL_INLINE void solve_by_order(int order, int nrhs, const double* a, int lda, const int* ipiv,
-                               double* b, int ldb) {
-  if constexpr (n > 1) {
-    if (order < n) {
-      return solve_by_order<Elements, trans, n - 1>(order, nrhs, a, lda, ipiv, b, ldb);
+template <class Elements, int n>
+[[gnu::noinline]] void solve_many_of_order(int, int, int nrhs, const double* a, int lda,
+                                           const int* ipiv, double* b, int ldb) {
+  using Triangle = SmallTriangle<Elements, n>;
+  Triangle t;
+  t.read(0, a, lda);
+  t.set_divisors();
+  const RowOrder<n, Elements::unit> order(ipiv);
+  if (!t.set_reciprocals()) return solve_in_order<Diagonal::divide>(t, order, nrhs, b, ldb);
+  if constexpr (solves_abreast<Triangle>) {
+    constexpr int abreast = Triangle::lanes;
+    for (; nrhs >= abreast; nrhs -= abreast) {
+      solve_abreast(t, order, b, ldb);
+      b += abreast * ldb;
     }
   }
-  solve_of_order<Elements, trans, n>(nrhs, a, lda, ipiv, b, ldb);
+  solve_in_order<Diagonal::reciprocal>(t, order, nrhs, b, ldb);
 }
 
 // op(A) * X = B with A = P * L * U as the factorisation leaves it; 1 <= n <= 8.
 template <class Elements>
 QSL_INLINE void solve_small_system(int trans, int n, int nrhs, const double* a, int lda,
                                    const int* ipiv, double* b, int ldb) {
-  if (trans == 0) return solve_by_order<Elements, 0>(n, nrhs, a, lda, ipiv, b, ldb);
-  if constexpr (Elements::unit == 2) {
-    if (trans == 2) return solve_by_order<Elements, 2>(n, nrhs, a, lda, ipiv, b, ldb);
+  constexpr int most = largest_triangle_in_registers;
+  if (trans == 0 && nrhs >= many_right_hand_sides) {
+    return at_index<1, most>(n, [&](auto order) QSL_INLINE_LAMBDA {
+      return solve_many_of_order<Elements, order.value>(trans, n, nrhs, a, lda, ipiv, b, ldb);
+    });
   }
-  solve_by_order<Elements, 1>(n, nrhs, a, lda, ipiv, b, ldb);
+  if (trans == 0) {
+    return at_index<1, most>(n, [&](auto order) QSL_INLINE_LAMBDA {
+      return solve_of_order<Elements, 0, order.value>(trans, n, nrhs, a, lda, ipiv, b, ldb);
+    });
+  }
+  if constexpr (Elements::unit == 2) {
+    if (trans == 2) {
+      return at_index<1, most>(n, [&](auto order) QSL_INLINE_LAMBDA {
+        return solve_of_order<Elements, 2, order.value>(trans, n, nrhs, a, lda, ipiv, b, ldb);
+      });
+    }
+  }
+  at_index<1, most>(n, [&](auto order) QSL_INLINE_LAMBDA {
+    return solve_of_order<Elements, 1, order.value>(trans, n, nrhs, a, lda, ipiv, b, ldb);
+  });
 }
 
 }  // namespace qsl::QSL_LEVEL

@@ -29,7 +29,7 @@ TEST_P(SmallSolve, ExactSolutionsAreFound) {
     using Number = decltype(kind);
     unsigned index = 1;
     for (int n = 1; n <= 8; n++) {
-      for (int nrhs = 0; nrhs <= 8; nrhs++) {
+      for (int nrhs = 0; nrhs <= (emulated() ? 9 : 13); nrhs++) {
         for (int trans = 0; trans <= 2; trans++) {
           for (int turn = 0; turn < (emulated() ? 1 : 8); turn++) {
             const auto known = known_factors<Number>(n, n, ++index);
@@ -69,7 +69,7 @@ TEST_P(SmallSolve, ResidualsAreSmall) {
     using Number = decltype(kind);
     unsigned index = 1;
     for (int n = 1; n <= 8; n++) {
-      for (const int nrhs : {1, 2, 8}) {
+      for (const int nrhs : {1, 2, 8, 9, 31}) {
         for (int trans = 0; trans <= 2; trans++) {
           for (const double scale : {1.0, 0x1p600, 0x1p-600}) {
             auto a = random_matrix<Number>(n, n, ++index);
@@ -83,6 +83,31 @@ TEST_P(SmallSolve, ResidualsAreSmall) {
             const auto x = solve(GetParam(), trans, factors, ipiv, b, index);
             ASSERT_LT(solve_ratio(transposed(a, trans), x, b), threshold)
                 << "order " << n << ", trans " << trans << ", " << scale;
+          }
+        }
+      }
+    }
+  });
+}
+
+// Where several are solved abreast, and one after the other at the end.
+TEST_P(SmallSolve, ARightHandSidesPlaceDoesNotMatter) {
+  for_each_kind([&](auto kind) {
+    using Number = decltype(kind);
+    for (int n = 1; n <= 8; n++) {
+      for (const int nrhs : {9, 10, 11, 12}) {
+        const auto known = known_factors<Number>(n, n, static_cast<unsigned>(n));
+        auto factors = random_matrix<Number>(n, n, static_cast<unsigned>(n));
+        for (int i = 0; i < n; i++) factors(i, i) = number<Number>(1.5 + i);
+        const auto one = random_matrix<Number>(n, 1, static_cast<unsigned>(n + 50));
+        Matrix<Number> b(n, nrhs);
+        for (int j = 0; j < nrhs; j++) {
+          for (int i = 0; i < n; i++) b(i, j) = one(i, 0);
+        }
+        const auto x = solve(GetParam(), 0, factors, known.ipiv, b);
+        for (int j = 1; j < nrhs; j++) {
+          for (int i = 0; i < n; i++) {
+            ASSERT_TRUE(same_bits(x(i, j), x(i, 0))) << n << ", " << nrhs << ": " << i << ", " << j;
           }
         }
       }

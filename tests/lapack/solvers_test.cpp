@@ -186,6 +186,48 @@ TEST(Laswp, ABadPivotIsReportedAndWhatIsDoneStays) {
   });
 }
 
+// With many right-hand sides the exchanges are those of the general routine: a pivot up to their
+// leading dimension is a row, and others are reported.
+TEST(Getrs, PivotsBelowTheMatrix) {
+  for_each_kind([&](auto kind) {
+    using Number = decltype(kind);
+    for (const int n : {2, 8, 9}) {
+      const int nrhs = 10, ldb = n + 3;
+      Matrix<Number> identity(n, n);
+      std::vector<int> ipiv;
+      for (int i = 0; i < n; i++) {
+        identity(i, i) = number<Number>(1);
+        ipiv.push_back(i + 1);
+      }
+      const auto solved = [&](int pivot) {
+        auto b = random_matrix<Number>(ldb, nrhs, 7);
+        ipiv[0] = pivot;
+        int info = 99;
+        Routines<Number>::getrs("N", &n, &nrhs, identity.data(), &n, ipiv.data(), b.data(), &ldb,
+                                &info);
+        EXPECT_EQ(info, 0);
+        return b;
+      };
+      const auto b = random_matrix<Number>(ldb, nrhs, 7);
+      auto expected = b;
+      for (int j = 0; j < nrhs; j++) std::swap(expected(0, j), expected(n + 1, j));
+      Matrix<Number> found = b;
+      EXPECT_EQ(frame_test::printed([&] { found = solved(n + 2); }), "") << n;
+      EXPECT_TRUE(equal(found, expected)) << n;
+      for (const int bad : {0, -1, n + 4}) {
+        EXPECT_EQ(frame_test::printed([&] {
+                    qsl_xerbla_set_default(qsl_xerbla_print);
+                    found = solved(bad);
+                  }),
+                  "\nArvex QSL ERROR: Parameter 6 was incorrect on entry to " +
+                      routine_name<Number>("LASWP") + ".\n")
+            << n << ", " << bad;
+        EXPECT_TRUE(equal(found, b)) << n << ", " << bad;
+      }
+    }
+  });
+}
+
 TEST(Lsame, LettersWithoutCaseAndNothingElse) {
   for (int a = 0; a < 256; a++) {
     for (int b = 0; b < 256; b++) {

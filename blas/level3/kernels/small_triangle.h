@@ -177,26 +177,30 @@ struct SmallTriangle {
     });
   }
 
-  // Right-hand sides in memory.
+  // Right-hand sides in memory, whole or a register of them.
+  template <int i>
+  QSL_INLINE static Vector load_register(const double* b) {
+    constexpr int left = n * unit - i * lanes;
+    if constexpr (left >= lanes) {
+      return Vector::load(b + i * lanes);
+    } else {
+      return Vector{load_rest<Elements>(b + i * lanes, left).v};
+    }
+  }
+  template <int i>
+  QSL_INLINE static void store_register(Vector x, double* b) {
+    constexpr int left = n * unit - i * lanes;
+    if constexpr (left >= lanes) {
+      x.store(b + i * lanes);
+    } else {
+      store_rest<Elements>(b + i * lanes, x, left);
+    }
+  }
   QSL_INLINE static void load(const double* b, Column& x) {
-    unroll<registers>([&](auto i) QSL_INLINE_LAMBDA {
-      constexpr int left = n * unit - i.value * lanes;
-      if constexpr (left >= lanes) {
-        x[i.value] = Vector::load(b + i.value * lanes);
-      } else {
-        x[i.value] = Vector{load_rest<Elements>(b + i.value * lanes, left).v};
-      }
-    });
+    unroll<registers>([&](auto i) QSL_INLINE_LAMBDA { x[i.value] = load_register<i.value>(b); });
   }
   QSL_INLINE static void store(const Column& x, double* b) {
-    unroll<registers>([&](auto i) QSL_INLINE_LAMBDA {
-      constexpr int left = n * unit - i.value * lanes;
-      if constexpr (left >= lanes) {
-        x[i.value].store(b + i.value * lanes);
-      } else {
-        store_rest<Elements>(b + i.value * lanes, x[i.value], left);
-      }
-    });
+    unroll<registers>([&](auto i) QSL_INLINE_LAMBDA { store_register<i.value>(x[i.value], b); });
   }
 };
 
@@ -227,12 +231,11 @@ template <class Elements, int n, bool lower>
   return true;
 }
 
-template <class Elements, bool lower, int n = largest_triangle_in_registers>
+template <class Elements, bool lower>
 QSL_INLINE bool solve_few_rows(int order, int count, const double* a, int lda, double* b, int ldb) {
-  if constexpr (n > 1) {
-    if (order < n) return solve_few_rows<Elements, lower, n - 1>(order, count, a, lda, b, ldb);
-  }
-  return solve_triangle_in_registers<Elements, n, lower>(count, a, lda, b, ldb);
+  return at_index<1, largest_triangle_in_registers>(order, [&](auto n) QSL_INLINE_LAMBDA {
+    return solve_triangle_in_registers<Elements, n.value, lower>(count, a, lda, b, ldb);
+  });
 }
 
 }  // namespace qsl::QSL_LEVEL
