@@ -65,18 +65,21 @@ double operations(double n, double nrhs) {
   return std::is_same_v<Number, double> ? count : 4 * count;
 }
 
-// call(operands) for each of a pool of systems of which one is `a` with `b`.
+// call(operands) for each of a pool of systems. No two have the same matrix: a processor learns the
+// pivots of one.
 template <class Number, class Call>
 void measure(benchmark::State& state, int n, int nrhs, const Call& call) {
-  const auto a = numbers<Number>(static_cast<std::size_t>(n) * n);
-  const auto b = numbers<Number>(static_cast<std::size_t>(n) * nrhs);
   // A clock's reading takes as long as some small systems do.
-  const std::size_t pool = n <= 64 ? 64 : 1;
-  std::vector<std::vector<Number>> matrices(pool, a), rights(pool, b);
+  const std::size_t pool = n <= 16 ? 256 : n <= 64 ? 64 : 1;
+  const std::size_t elements = static_cast<std::size_t>(n) * n;
+  const auto a = numbers<Number>(pool * elements);
+  std::vector<std::vector<Number>> matrices(pool, std::vector<Number>(elements));
+  const auto b = numbers<Number>(static_cast<std::size_t>(n) * nrhs);
+  std::vector<std::vector<Number>> rights(pool, b);
   std::vector<int> ipiv(n);
   for (auto _ : state) {
     for (std::size_t i = 0; i < pool; i++) {
-      std::copy(a.begin(), a.end(), matrices[i].begin());
+      std::copy_n(&a[i * elements], elements, matrices[i].begin());
       std::copy(b.begin(), b.end(), rights[i].begin());
     }
     const double start = seconds();
