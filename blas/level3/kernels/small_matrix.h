@@ -57,13 +57,15 @@ struct FixedStep {
   // The register that row k is in.
   QSL_INLINE int own() const { return k_ / register_rows; }
   QSL_INLINE bool is_last_row() const { return k_ + 1 == n; }
+  QSL_INLINE bool is_last_column() const { return k_ + 1 == n; }
   template <class Body>
   QSL_INLINE void earlier_columns(const Body& body) const {
     unroll<k_>([&](auto c) QSL_INLINE_LAMBDA { body(c.value); });
   }
-  template <class Body>
+  // From column k + `after` on.
+  template <int after, class Body>
   QSL_INLINE void later_columns(const Body& body) const {
-    unroll<n - 1 - k_>([&](auto c) QSL_INLINE_LAMBDA { body(k_ + 1 + c.value); });
+    unroll<n - k_ - after>([&](auto c) QSL_INLINE_LAMBDA { body(k_ + after + c.value); });
   }
   template <class Body>
   QSL_INLINE void later_registers(const Body& body) const {
@@ -81,13 +83,14 @@ struct RowStep {
   QSL_INLINE int k() const { return k_; }
   QSL_INLINE int own() const { return k_ / register_rows; }
   QSL_INLINE bool is_last_row() const { return k_ + 1 == m; }
+  QSL_INLINE bool is_last_column() const { return k_ + 1 == n; }
   template <class Body>
   QSL_INLINE void earlier_columns(const Body& body) const {
     for (int c = 0; c < k_; c++) body(c);
   }
-  template <class Body>
+  template <int after, class Body>
   QSL_INLINE void later_columns(const Body& body) const {
-    for (int c = k_ + 1; c < n; c++) body(c);
+    for (int c = k_ + after; c < n; c++) body(c);
   }
   template <class Body>
   QSL_INLINE void later_registers(const Body& body) const {
@@ -104,13 +107,14 @@ struct LoopStep {
   QSL_INLINE int k() const { return k_; }
   QSL_INLINE int own() const { return own_; }
   QSL_INLINE bool is_last_row() const { return k_ + 1 == m; }
+  QSL_INLINE bool is_last_column() const { return k_ + 1 == n; }
   template <class Body>
   QSL_INLINE void earlier_columns(const Body& body) const {
     for (int c = 0; c < k_; c++) body(c);
   }
-  template <class Body>
+  template <int after, class Body>
   QSL_INLINE void later_columns(const Body& body) const {
-    for (int c = k_ + 1; c < n; c++) body(c);
+    for (int c = k_ + after; c < n; c++) body(c);
   }
   template <class Body>
   QSL_INLINE void later_registers(const Body& body) const {
