@@ -16,42 +16,46 @@ struct Pivot {
   typename Elements::Vector magnitude;
 };
 
-// A column in the buffer. `held` is the number of its registers that stay registers, too: the next
-// step would wait for a load of what this one has stored (measured for order 3: 1.17 times the
-// speed). 0: none.
+// A column in the buffer, of which `held` registers stay registers, too: the next step would wait
+// for a load of what this one has stored (measured for order 3: 1.17 times the speed).
 template <class Elements, int held>
 class Column {
   using Vector = typename Elements::Vector;
 
  public:
   QSL_INLINE explicit Column(double* elements) : elements_(elements) {
-    unroll<held>([&](auto i) QSL_INLINE_LAMBDA { registers_[i.value] = load(i.value); });
+    unroll<held>([&](auto i) QSL_INLINE_LAMBDA {
+      registers_[i.value] = Vector::load_aligned(elements + i.value * Vector::lanes);
+    });
   }
   QSL_INLINE double* elements() const { return elements_; }
-  QSL_INLINE Vector get(int i) const {
-    if constexpr (held > 0) {
-      return registers_[i];
-    } else {
-      return load(i);
-    }
-  }
+  QSL_INLINE Vector get(int i) const { return registers_[i]; }
   QSL_INLINE void set(int i, Vector x) {
-    if constexpr (held > 0) registers_[i] = x;
+    registers_[i] = x;
     x.store_aligned(elements_ + i * Vector::lanes);
   }
 
  private:
-  QSL_INLINE Vector load(int i) const {
-    return Vector::load_aligned(elements_ + i * Vector::lanes);
-  }
-
   double* elements_;
-  Vector registers_[held > 0 ? held : 1];
+  Vector registers_[held];
+};
+template <class Elements>
+class Column<Elements, 0> {
+  using Vector = typename Elements::Vector;
+
+ public:
+  QSL_INLINE explicit Column(double* elements) : elements_(elements) {}
+  QSL_INLINE double* elements() const { return elements_; }
+  QSL_INLINE Vector get(int i) const { return Vector::load_aligned(elements_ + i * Vector::lanes); }
+  QSL_INLINE void set(int i, Vector x) { x.store_aligned(elements_ + i * Vector::lanes); }
+
+ private:
+  double* elements_;
 };
 
 // The first of the greatest magnitude from row k on. A NaN in row k stays.
-template <class Elements, class Step, class Column>
-QSL_INLINE Pivot<Elements> find_pivot(const Step& step, const Column& column) {
+template <class Elements, class Step, int held>
+QSL_INLINE Pivot<Elements> find_pivot(const Step& step, const Column<Elements, held>& column) {
   using Vector = typename Elements::Vector;
   constexpr int lanes = Vector::lanes;
   constexpr int first_lane = Step::place * Elements::unit;
@@ -101,12 +105,12 @@ class Exchange {
                RowMasks<Elements::unit>::rows * Elements::unit - row_) {}
 
   // Register i of a column, with `kept` in the pivot's row.
-  template <class Column>
-  QSL_INLINE Vector exchanged(int i, const Column& column, Vector kept) const {
+  template <int held>
+  QSL_INLINE Vector exchanged(int i, const Column<Elements, held>& column, Vector kept) const {
     return select(Vector::load(masks_ + i * Vector::lanes), kept, column.get(i));
   }
-  template <class Column>
-  QSL_INLINE const double* element(const Column& column) const {
+  template <int held>
+  QSL_INLINE const double* element(const Column<Elements, held>& column) const {
     return column.elements() + row_;
   }
 
@@ -127,9 +131,9 @@ QSL_INLINE auto in_all_rows(const double* element) {
 
 // Row k and the rows below it in a column: row k takes the pivot row's element, the others
 // below(register, what stands there after the exchange).
-template <class Elements, class Step, class Column, class Below>
-QSL_INLINE void replace_rows(const Step& step, const Exchange<Elements>& exchange, Column& column,
-                             const Below& below) {
+template <class Elements, class Step, int held, class Below>
+QSL_INLINE void replace_rows(const Step& step, const Exchange<Elements>& exchange,
+                             Column<Elements, held>& column, const Below& below) {
   using Vector = typename Elements::Vector;
   constexpr int lanes = Vector::lanes;
   constexpr int first = Step::place * Elements::unit;
@@ -149,9 +153,9 @@ QSL_INLINE void replace_rows(const Step& step, const Exchange<Elements>& exchang
 
 // The multipliers of column k. A pivot above the safe minimum gives a reciprocal; a real one's is
 // taken of its magnitude, which is known before its place is.
-template <class Elements, class Step, class Column>
+template <class Elements, class Step, int held>
 QSL_INLINE void divide_below(const Step& step, const Exchange<Elements>& exchange,
-                             const Pivot<Elements>& pivot, Column& column) {
+                             const Pivot<Elements>& pivot, Column<Elements, held>& column) {
   using Vector = typename Elements::Vector;
   const double* element = exchange.element(column);
   const f64 safe = {_mm_set_sd(safe_minimum)};

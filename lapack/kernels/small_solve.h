@@ -1,5 +1,5 @@
-// Systems with a factored matrix of order 8 or less. Few right-hand sides are solved one after the
-// other, many of them abreast.
+// Systems with a factored matrix of order 8 or less: one right-hand side after the other, or
+// several real ones abreast where there are many of them.
 #pragma once
 
 #include "blas/level3/kernels/small_triangle.h"
@@ -16,7 +16,7 @@ struct RowOrder {
 
   QSL_INLINE explicit RowOrder(const int* ipiv) {
     unsigned rows = 0x76543210;
-    unroll<n - 1>([&](auto i) QSL_INLINE_LAMBDA {
+    unroll<n>([&](auto i) QSL_INLINE_LAMBDA {
       constexpr int here = 4 * i.value;
       const int other = 4 * (ipiv[i.value] - 1) & 31;
       const unsigned difference = ((rows >> here) ^ (rows >> other)) & 15;
@@ -69,7 +69,8 @@ QSL_INLINE void scatter(const Order& order, const typename Triangle::Column& x, 
   });
 }
 
-// With so many right-hand sides, reciprocals of the diagonal pay.
+// Fewer right-hand sides are divided by the diagonal: their results are promised to be quotients.
+// So many are multiplied by its reciprocals, as the general triangular solve does it.
 inline constexpr int many_right_hand_sides = 9;
 
 template <Diagonal kind, class Triangle, class Order>
@@ -96,16 +97,17 @@ template <class Elements, int trans, int n>
   t.set_divisors();
   const RowOrder<n, Elements::unit> order(ipiv);
   if constexpr (trans == 0) {
-    return solve_in_order<Diagonal::divide>(t, order, nrhs, b, ldb);
-  }
-  for (; nrhs > 0; nrhs--) {
-    // The transpose of U comes first; it is lower triangular.
-    typename Triangle::Column x;
-    Triangle::load(b, x);
-    t.template forward<Diagonal::divide>(x);
-    t.template backward<Diagonal::unit>(x);
-    scatter<Triangle>(order, x, b);
-    b += ldb * Elements::unit;
+    solve_in_order<Diagonal::divide>(t, order, nrhs, b, ldb);
+  } else {
+    for (; nrhs > 0; nrhs--) {
+      // The transpose of U comes first; it is lower triangular.
+      typename Triangle::Column x;
+      Triangle::load(b, x);
+      t.template forward<Diagonal::divide>(x);
+      t.template backward<Diagonal::unit>(x);
+      scatter<Triangle>(order, x, b);
+      b += ldb * Elements::unit;
+    }
   }
 }
 

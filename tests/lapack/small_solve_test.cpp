@@ -95,7 +95,7 @@ TEST_P(SmallSolve, ARightHandSidesPlaceDoesNotMatter) {
   for_each_kind([&](auto kind) {
     using Number = decltype(kind);
     for (int n = 1; n <= 8; n++) {
-      for (const int nrhs : {9, 10, 11, 12}) {
+      for (const int nrhs : {9, 10, 11, 15}) {
         const auto known = known_factors<Number>(n, n, static_cast<unsigned>(n));
         auto factors = random_matrix<Number>(n, n, static_cast<unsigned>(n));
         for (int i = 0; i < n; i++) factors(i, i) = number<Number>(1.5 + i);
@@ -182,6 +182,32 @@ TEST_P(SmallSolve, AZeroOnTheDiagonalGivesInfinities) {
     EXPECT_EQ(x(0, 0), infinity);
     EXPECT_EQ(x(0, 1), -infinity);
     EXPECT_TRUE(std::isnan(x(0, 2)));
+  }
+}
+
+// Many right-hand sides are multiplied by reciprocals only where these are safe.
+TEST_P(SmallSolve, ExtremeDiagonalsDivideManyRightHandSides) {
+  for (int n = 1; n <= 8; n++) {
+    for (const int nrhs : {9, 13}) {
+      for (const double extreme : {0x1p-1030, 0x1p1010, 0.0, nan_value}) {
+        Matrix<double> diagonal(n, n), b(n, nrhs);
+        std::vector<int> ipiv;
+        for (int i = 0; i < n; i++) {
+          diagonal(i, i) = i == n / 2 ? extreme : 3;
+          ipiv.push_back(i + 1);
+        }
+        Random random(static_cast<unsigned>(n));
+        b.fill_with([&] { return random.unit() * (extreme < 1 ? 0x1p-20 : 0x1p1000); });
+        const auto x = solve(GetParam(), 0, diagonal, ipiv, b);
+        for (int j = 0; j < nrhs; j++) {
+          for (int i = n / 2; i < n; i++) {
+            const double quotient = b(i, j) / diagonal(i, i);
+            ASSERT_TRUE(x(i, j) == quotient || (has_nan(quotient) && has_nan(x(i, j))))
+                << n << ", " << nrhs << ", " << extreme << ": " << i << ", " << j;
+          }
+        }
+      }
+    }
   }
 }
 

@@ -186,43 +186,51 @@ TEST(Laswp, ABadPivotIsReportedAndWhatIsDoneStays) {
   });
 }
 
-// With many right-hand sides the exchanges are those of the general routine: a pivot up to their
-// leading dimension is a row, and others are reported.
-TEST(Getrs, PivotsBelowTheMatrix) {
+// Every pivot is applied, the last one too, and one below the matrix as long as it is a row of B;
+// others are reported.
+TEST(Getrs, PivotsAnywhere) {
   for_each_kind([&](auto kind) {
     using Number = decltype(kind);
-    for (const int n : {2, 8, 9}) {
-      const int nrhs = 10, ldb = n + 3;
+    for (const int n : {2, 5, 8, 9}) {
+      const int ldb = n + 3;
       Matrix<Number> identity(n, n);
-      std::vector<int> ipiv;
-      for (int i = 0; i < n; i++) {
-        identity(i, i) = number<Number>(1);
-        ipiv.push_back(i + 1);
-      }
-      const auto solved = [&](int pivot) {
-        auto b = random_matrix<Number>(ldb, nrhs, 7);
-        ipiv[0] = pivot;
+      for (int i = 0; i < n; i++) identity(i, i) = number<Number>(1);
+      const auto b = random_matrix<Number>(ldb, 11, 7);
+      const auto solved = [&](int place, int pivot, int nrhs) {
+        std::vector<int> ipiv;
+        for (int i = 0; i < n; i++) ipiv.push_back(i == place ? pivot : i + 1);
+        Matrix<Number> x = b;
         int info = 99;
-        Routines<Number>::getrs("N", &n, &nrhs, identity.data(), &n, ipiv.data(), b.data(), &ldb,
+        Routines<Number>::getrs("N", &n, &nrhs, identity.data(), &n, ipiv.data(), x.data(), &ldb,
                                 &info);
         EXPECT_EQ(info, 0);
-        return b;
+        return x;
       };
-      const auto b = random_matrix<Number>(ldb, nrhs, 7);
-      auto expected = b;
-      for (int j = 0; j < nrhs; j++) std::swap(expected(0, j), expected(n + 1, j));
-      Matrix<Number> found = b;
-      EXPECT_EQ(frame_test::printed([&] { found = solved(n + 2); }), "") << n;
-      EXPECT_TRUE(equal(found, expected)) << n;
-      for (const int bad : {0, -1, n + 4}) {
-        EXPECT_EQ(frame_test::printed([&] {
-                    qsl_xerbla_set_default(qsl_xerbla_print);
-                    found = solved(bad);
-                  }),
-                  "\nArvex QSL ERROR: Parameter 6 was incorrect on entry to " +
-                      routine_name<Number>("LASWP") + ".\n")
-            << n << ", " << bad;
-        EXPECT_TRUE(equal(found, b)) << n << ", " << bad;
+      const auto exchanged = [&](int place, int pivot, int nrhs) {
+        Matrix<Number> x = b;
+        for (int j = 0; j < nrhs; j++) std::swap(x(place, j), x(pivot - 1, j));
+        return x;
+      };
+      for (int place = 0; place < n; place++) {
+        for (const int nrhs : {1, 8, 9, 11}) {
+          // (Fewer than nine right-hand sides of a small matrix have rows of the matrix only.)
+          const int rows = n < 9 && nrhs < 9 ? n : ldb;
+          for (int pivot = 1; pivot <= rows; pivot++) {
+            EXPECT_TRUE(equal(solved(place, pivot, nrhs), exchanged(place, pivot, nrhs)))
+                << n << ": pivot " << place << " is " << pivot;
+          }
+        }
+        for (const int bad : {0, -1, ldb + 1}) {
+          Matrix<Number> found = b;
+          EXPECT_EQ(frame_test::printed([&] {
+                      qsl_xerbla_set_default(qsl_xerbla_print);
+                      found = solved(place, bad, 10);
+                    }),
+                    "\nArvex QSL ERROR: Parameter 6 was incorrect on entry to " +
+                        routine_name<Number>("LASWP") + ".\n")
+              << n << ", " << bad;
+          EXPECT_TRUE(equal(found, b)) << n << ", " << bad;
+        }
       }
     }
   });
