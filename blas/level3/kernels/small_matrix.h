@@ -16,7 +16,8 @@ inline constexpr int rows_of_register = Elements::Vector::lanes / Elements::unit
 // Registers that `rows` elements take.
 template <class Elements>
 constexpr int registers_for(int rows) {
-  return (rows + rows_of_register<Elements> - 1) / rows_of_register<Elements>;
+  constexpr int in_one = rows_of_register<Elements>;
+  return (rows + in_one - 1) / in_one;
 }
 
 // A column of `rows` elements to the buffer, and back.
