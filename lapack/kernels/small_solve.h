@@ -2,7 +2,7 @@
 // several real ones abreast where there are many of them.
 #pragma once
 
-#include "blas/level3/kernels/small_triangle.h"
+#include "elements/small_triangle.h"
 #include "lapack/kernels/solve_abreast.h"
 
 namespace qsl::QSL_LEVEL {
@@ -10,7 +10,7 @@ namespace qsl::QSL_LEVEL {
 // Where each element of a right-hand side comes from: the row exchanges, done on row numbers. They
 // share a word, four bits each: in memory, each exchange would wait for the stores of the last one
 // (measured for a system of order 2: 20 of 75 ns).
-template <int n, int unit>
+template <int n, int parts>
 struct RowOrder {
   int offset[n];  // in scalars
 
@@ -23,7 +23,7 @@ struct RowOrder {
       rows ^= difference << here | difference << other;
     });
     unroll<n>([&](auto i) QSL_INLINE_LAMBDA {
-      offset[i.value] = static_cast<int>(rows >> 4 * i.value & 15) * unit;
+      offset[i.value] = static_cast<int>(rows >> 4 * i.value & 15) * parts;
     });
   }
 };
@@ -34,7 +34,7 @@ template <class Triangle, int first, class Order>
 QSL_INLINE f64x2 gather_narrow(const Order& order, const double* b) {
   if constexpr (first >= Triangle::n) {
     return f64x2::zero();
-  } else if constexpr (Triangle::unit == 2) {
+  } else if constexpr (Triangle::parts == 2) {
     return f64x2::load(b + order.offset[first]);
   } else if constexpr (first + 1 < Triangle::n) {
     return f64x2::gather(b + order.offset[first], b + order.offset[first + 1]);
@@ -65,7 +65,7 @@ QSL_INLINE void scatter(const Order& order, const typename Triangle::Column& x, 
   });
   unroll<Triangle::n>([&](auto i) QSL_INLINE_LAMBDA {
     Elements::store_one(b + order.offset[i.value],
-                        Elements::load_one(buffer + i.value * Triangle::unit));
+                        Elements::load_one(buffer + i.value * Triangle::parts));
   });
 }
 
@@ -82,7 +82,7 @@ QSL_INLINE void solve_in_order(const Triangle& t, const Order& order, int nrhs, 
     t.template forward<Diagonal::unit>(x);
     t.template backward<kind>(x);
     Triangle::store(x, b);
-    b += ldb * Triangle::unit;
+    b += ldb * Triangle::parts;
   }
 }
 
@@ -95,7 +95,7 @@ template <class Elements, int trans, int n>
   Triangle t;
   t.read(trans, a, lda);
   t.set_divisors();
-  const RowOrder<n, Elements::unit> order(ipiv);
+  const RowOrder<n, Elements::parts> order(ipiv);
   if constexpr (trans == 0) {
     solve_in_order<Diagonal::divide>(t, order, nrhs, b, ldb);
   } else {
@@ -106,7 +106,7 @@ template <class Elements, int trans, int n>
       t.template forward<Diagonal::divide>(x);
       t.template backward<Diagonal::unit>(x);
       scatter<Triangle>(order, x, b);
-      b += ldb * Elements::unit;
+      b += ldb * Elements::parts;
     }
   }
 }
@@ -118,7 +118,7 @@ template <class Elements, int n>
   Triangle t;
   t.read(0, a, lda);
   t.set_divisors();
-  const RowOrder<n, Elements::unit> order(ipiv);
+  const RowOrder<n, Elements::parts> order(ipiv);
   if (!t.set_reciprocals()) return solve_in_order<Diagonal::divide>(t, order, nrhs, b, ldb);
   if constexpr (solves_abreast<Triangle>) {
     constexpr int abreast = Triangle::lanes;
@@ -145,7 +145,7 @@ QSL_INLINE void solve_small_system(int trans, int n, int nrhs, const double* a, 
       return solve_of_order<Elements, 0, order.value>(trans, n, nrhs, a, lda, ipiv, b, ldb);
     });
   }
-  if constexpr (Elements::unit == 2) {
+  if constexpr (Elements::parts == 2) {
     if (trans == 2) {
       return at_index<1, most>(n, [&](auto order) QSL_INLINE_LAMBDA {
         return solve_of_order<Elements, 2, order.value>(trans, n, nrhs, a, lda, ipiv, b, ldb);
