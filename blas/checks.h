@@ -1,8 +1,7 @@
-// What the checks of several routines share: transpose options, and the reporter of bad arguments.
+// What the checks of several routines share.
 #pragma once
 
 #include "include/qsl/types.h"
-#include "runtime/messages/messages.h"
 
 namespace qsl::blas {
 
@@ -29,11 +28,6 @@ inline bool is_transpose_selector(int selector) {
   return selector >= CblasNoTrans && selector <= CblasConjTrans;
 }
 
-// The first call of a routine that can report installs the reporter.
-inline void install_reporter() {
-  if (__atomic_load_n(&qsl_xerbla_hook, __ATOMIC_ACQUIRE) == nullptr) {
-    qsl_xerbla_set_default(qsl_xerbla_print);
-  }
-}
+inline int at_least_one(int size) { return size > 1 ? size : 1; }
 
 }  // namespace qsl::blas

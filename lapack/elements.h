@@ -2,6 +2,7 @@
 // they take factors: by address.
 #pragma once
 
+#include "blas/checks.h"
 #include "blas/level2/routines.h"
 #include "blas/level3/routines.h"
 #include "lapack/routines.h"
@@ -47,8 +48,9 @@ struct Complex {
   static constexpr char laswp_name[] = "ZLASWP";
 };
 
+using blas::at_least_one;
+
 inline int least(int a, int b) { return a < b ? a : b; }
-inline int at_least_one(int size) { return size > 1 ? size : 1; }
 
 // Element (i, j), counted from 0; addresses wrap as everywhere.
 template <class Element>
