@@ -1,8 +1,8 @@
 // Substitution with a triangle of order 8 or less, one right-hand side at a time, its elements in
 // registers from the first to the last step: straight-line code for each order.
 //
-// The triangle is first copied to the stack, by the columns of op(A), so that one form serves all:
-// a value that is found is eliminated from those that follow.
+// The triangle is first copied to the stack, its columns padded to whole registers. A value that is
+// found is eliminated from those that follow.
 #pragma once
 
 #include "elements/division.h"
@@ -35,23 +35,10 @@ struct SmallTriangle {
 
   using Column = Vector[registers];
 
-  QSL_INLINE void read(int trans, const double* a, int lda) {
-    if (trans == 0) {
-      unroll<n>([&](auto j) QSL_INLINE_LAMBDA {
-        copy_to_buffer<Elements>(n, a + j.value * lda * parts, at + j.value * stride);
-      });
-      return;
-    }
-    for (double& element : at) element = 0;
-    for (int j = 0; j < n; j++) {
-      for (int i = 0; i < n; i++) {
-        auto value = Elements::load_one(a + (i * lda + j) * parts);
-        if constexpr (parts == 2) {
-          if (trans == 2) value = negate_odd(value);
-        }
-        Elements::store_one(at + j * stride + i * parts, value);
-      }
-    }
+  QSL_INLINE void read(const double* a, int lda) {
+    unroll<n>([&](auto j) QSL_INLINE_LAMBDA {
+      copy_to_buffer<Elements>(n, a + j.value * lda * parts, at + j.value * stride);
+    });
   }
 
   QSL_INLINE void set_divisors() {
@@ -173,7 +160,7 @@ template <class Elements, int n, bool lower>
                                                    int ldb) {
   using Triangle = SmallTriangle<Elements, n>;
   Triangle t;
-  t.read(0, a, lda);
+  t.read(a, lda);
   if constexpr (!lower) {
     t.set_divisors();
     if (!t.set_reciprocals()) return false;
