@@ -19,8 +19,8 @@ QSL_INLINE void copy_transposed(int rows, int columns, const Factor& factor,
                                 int ldb) {
   using Scalar = typename Type::Scalar;
   constexpr int units = widest<Type>;
-  using Wide = typename PackRegister<Type, units>::Vector;
-  using Unit = typename PackRegister<Type, 1>::Vector;
+  using Wide = RegisterOf<Type, units>;
+  using Unit = Unit<Type>;
   constexpr int parts = Type::parts;
   int i = 0;
   for (; i + units <= rows; i += units) {

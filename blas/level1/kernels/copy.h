@@ -11,7 +11,7 @@
 //   strided_block       elements per pass, a power of two
 #pragma once
 
-#include "blas/level1/kernels/stride.h"
+#include "elements/stride.h"
 #include "include/qsl/types.h"
 
 namespace qsl::QSL_LEVEL {

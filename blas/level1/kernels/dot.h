@@ -17,7 +17,7 @@
 //   strided             DotStrided
 #pragma once
 
-#include "blas/level1/kernels/stride.h"
+#include "elements/stride.h"
 
 namespace qsl::QSL_LEVEL {
 

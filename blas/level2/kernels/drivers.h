@@ -7,18 +7,6 @@
 
 namespace qsl::QSL_LEVEL {
 
-// A factor, copied by vector registers: read before anything is written, wherever it lies.
-template <class Elements>
-struct FactorCopy {
-  typename Elements::Scalar parts[Elements::unit];
-
-  QSL_INLINE explicit FactorCopy(const void* factor) {
-    const auto* from = static_cast<const typename Elements::Scalar*>(factor);
-    Elements::store_one(parts, Elements::load_one(from));
-  }
-  QSL_INLINE FactorKind kind() const { return kind_of<Elements>(parts); }
-};
-
 template <class Elements, class Number>
 QSL_INLINE void gemv(int trans, int m, int n, const Number* alpha_at, const Number* a_at, int lda,
                      const Number* x_at, int incx, const Number* beta_at, Number* y_at, int incy) {

@@ -3,10 +3,10 @@
 // Several columns are updated per pass, so that x is loaded once for all of them.
 #pragma once
 
-#include "blas/level2/kernels/elements.h"
-#include "blas/level2/kernels/groups.h"
-#include "blas/level2/kernels/passes.h"
-#include "blas/level2/kernels/rest.h"
+#include "elements/groups.h"
+#include "elements/in_registers.h"
+#include "elements/passes.h"
+#include "elements/rest.h"
 
 namespace qsl::QSL_LEVEL {
 
@@ -23,7 +23,7 @@ template <class Elements, FactorKind kind, int columns>
   Factor by[columns];
   Scalar* column[columns];
   unroll<columns>([&](auto c) QSL_INLINE_LAMBDA {
-    by[c.value] = Factor::read(factors + c.value * Elements::unit);
+    by[c.value] = Factor::read(factors + c.value * Elements::parts);
     column[c.value] = at<Elements>(a, c.value, lda);
   });
   [[maybe_unused]] Factor by_beta;
@@ -43,7 +43,7 @@ template <class Elements, FactorKind kind, int columns>
   };
   const auto load = [](const Scalar* p) QSL_INLINE_LAMBDA { return Vector::load(p); };
   const auto store = [](Scalar* p, Vector v) QSL_INLINE_LAMBDA { v.store(p); };
-  const int n = rows * Elements::unit;
+  const int n = rows * Elements::parts;
   int i = 0;
   for (; i + lanes <= n; i += lanes) update(load, store, i);
   if constexpr (has_rest<Elements>) {
@@ -66,9 +66,9 @@ template <class Elements, FactorKind kind>
                                 int lda) {
   using Scalar = typename Elements::Scalar;
   // A complex beta takes the registers of a column.
-  constexpr bool one_by_one = kind == FactorKind::general && Elements::unit == 2;
+  constexpr bool one_by_one = kind == FactorKind::general && Elements::parts == 2;
   constexpr int group_size = one_by_one ? 1 : Elements::columns;
-  alignas(64) Scalar factors[factor_block * Elements::unit];
+  alignas(64) Scalar factors[factor_block * Elements::parts];
   WalkFrom<Elements> y(y_base, n, incy);
   in_blocks(n, factor_block, [&](int first, int columns) QSL_INLINE_LAMBDA {
     WalkTo<Elements> to(factors, columns, 1);
@@ -89,7 +89,7 @@ template <class Elements, FactorKind kind>
                                   const typename Elements::Scalar* beta,
                                   typename Elements::Scalar* a, int lda) {
   using Scalar = typename Elements::Scalar;
-  alignas(64) Scalar buffer[buffer_elements<Elements> * Elements::unit];
+  alignas(64) Scalar buffer[buffer_elements<Elements> * Elements::parts];
   WalkFrom<Elements> x(x_base, m, incx);
   const bool contiguous = incx == 1;
   in_blocks(m, contiguous ? row_block<Elements> : buffer_elements<Elements>,

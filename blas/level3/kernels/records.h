@@ -3,7 +3,8 @@
 
 #include <cstddef>
 
-#include "simd/inline.h"
+#include "elements/apply_factor.h"
+#include "elements/groups.h"
 
 namespace qsl::QSL_LEVEL {
 
@@ -63,8 +64,6 @@ struct TileRecord {
   int align_doubles;
 };
 
-constexpr int round_up(int value, int unit) { return (value + unit - 1) / unit * unit; }
-
 constexpr TileRecord make_tile_record(int mr, int nr, int ku) {
   return {mr, nr, ku, round_up(mr, 8), round_up(nr, 8), 8};
 }
@@ -92,18 +91,12 @@ struct BlockProduct {
 // What is contiguous in memory: the rows of A or columns of B of a strip, or k.
 enum PackDirection { along_strip, along_k };
 
-// A factor as the pack routines apply it.
-struct PackFactor {
-  const void* value;  // null for one
-  bool conjugate;
-};
-
 struct OperationRecord {
   // C := beta * C; stores zeros when beta is 0.
   using Scaler = void (*)(const MatrixDescriptor& c, const void* beta);
   // `width` rows (of A) or columns (of B) by `depth`, from the element at `from`, to strips at
   // `to`.
-  using Pack = void (*)(const void* from, int ld, int width, int depth, const PackFactor& factor,
+  using Pack = void (*)(const void* from, int ld, int width, int depth, const Scaling& scaling,
                         void* to);
   using Kernel = void (*)(const BlockProduct& product);
   using SimpleLoops = void (*)(const MatrixDescriptor& a, const MatrixDescriptor& b,

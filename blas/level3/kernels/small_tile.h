@@ -3,9 +3,9 @@
 // Sizes and strides count in scalars; see tile.h for how a complex product becomes a real one.
 #pragma once
 
-#include "blas/level3/kernels/factor.h"
 #include "blas/level3/kernels/some_rows.h"
 #include "blas/level3/kernels/write_back.h"
+#include "elements/apply_factor.h"
 
 namespace qsl::QSL_LEVEL {
 
@@ -102,14 +102,14 @@ QSL_INLINE Vector small_result(const SmallProduct<Type>& p, const Sums<Vector, V
     if (p.conjugate_a != p.conjugate_b) by_imaginary = negate_odd(negate_even(by_imaginary));
     Vector sum = complex_sum(sums.at[v][2 * j], by_imaginary);
     if (p.conjugate_a) sum = negate_odd(sum);
-    return is_one(p.alpha, 2) ? sum : times(sum, p.alpha);
+    return is_one<Type>(p.alpha) ? sum : product<Type>(sum, Vector::broadcast_pair(p.alpha));
   }
 }
 
 template <class Type>
 QSL_INLINE Update update_by(const typename Type::Scalar* beta) {
-  if (is_zero(beta, Type::parts)) return Update::store;
-  return is_one(beta, Type::parts) ? Update::add : Update::scale;
+  if (is_zero<Type>(beta)) return Update::store;
+  return is_one<Type>(beta) ? Update::add : Update::scale;
 }
 
 template <class Type, class Vector>
@@ -119,7 +119,7 @@ QSL_INLINE Vector updated(Vector result, Vector c, const typename Type::Scalar* 
   if constexpr (Type::parts == 1) {
     return mul_add(c, Vector::broadcast_from(beta), result);
   } else {
-    return result + times(c, beta);
+    return result + product<Type>(c, Vector::broadcast_pair(beta));
   }
 }
 
