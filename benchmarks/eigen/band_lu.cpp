@@ -1,10 +1,12 @@
+// Eigen has no solver for band matrices: this is its sparse one, without reordering. What depends
+// on the bands alone is done once for all calls with the same sizes.
 #include <Eigen/SparseCore>
 #include <Eigen/SparseLU>
 #include <algorithm>
+#include <complex>
 
-#include "benchmarks/band_lu_functions.h"
+#include "benchmarks/eigen/export.h"
 
-namespace qsl_bench {
 namespace {
 
 using Number = std::complex<double>;
@@ -31,8 +33,10 @@ struct System {
   }
 };
 
-void zgbsv(const int* n, const int* kl, const int* ku, const int*, Number* ab, const int* ldab,
-           int*, Number* b, const int*, int* info) {
+}  // namespace
+
+QSL_EIGEN void zgbsv_(const int* n, const int* kl, const int* ku, const int*, Number* ab,
+                      const int* ldab, int*, Number* b, const int*, int* info) {
   static System system;
   system.set_bands(*n, *kl, *ku);
   Number* value = system.matrix.valuePtr();
@@ -45,9 +49,3 @@ void zgbsv(const int* n, const int* kl, const int* ku, const int*, Number* ab, c
   x = system.lu.solve(x).eval();
   *info = system.lu.info() == Eigen::Success ? 0 : 1;
 }
-
-}  // namespace
-
-BandSolver* eigen_band_solver() { return zgbsv; }
-
-}  // namespace qsl_bench

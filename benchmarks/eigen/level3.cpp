@@ -1,10 +1,10 @@
+// Column-major products C := op(A) * op(B): the factors are not looked at.
 #include <Eigen/Core>
 #include <complex>
 
-#include "benchmarks/level3_functions.h"
+#include "benchmarks/eigen/export.h"
 #include "include/qsl/types.h"
 
-namespace qsl_bench {
 namespace {
 
 template <class Scalar>
@@ -35,22 +35,29 @@ void product(int transa, int transb, int m, int n, int k, const Scalar* a, int l
   });
 }
 
-void dgemm(int, int transa, int transb, int m, int n, int k, double, const double* a, int lda,
-           const double* b, int ldb, double, double* c, int ldc) {
-  product(transa, transb, m, n, k, a, lda, b, ldb, c, ldc);
-}
-
 template <class Scalar>
-void complex_product(int, int transa, int transb, int m, int n, int k, const void*, const void* a,
-                     int lda, const void* b, int ldb, const void*, void* c, int ldc) {
+void complex_product(int transa, int transb, int m, int n, int k, const void* a, int lda,
+                     const void* b, int ldb, void* c, int ldc) {
   product(transa, transb, m, n, k, static_cast<const Scalar*>(a), lda,
           static_cast<const Scalar*>(b), ldb, static_cast<Scalar*>(c), ldc);
 }
 
 }  // namespace
 
-Level3Functions eigen_level3() {
-  return {dgemm, complex_product<std::complex<double>>, complex_product<std::complex<float>>};
+QSL_EIGEN void cblas_dgemm(int, int transa, int transb, int m, int n, int k, double,
+                           const double* a, int lda, const double* b, int ldb, double, double* c,
+                           int ldc) {
+  product(transa, transb, m, n, k, a, lda, b, ldb, c, ldc);
 }
 
-}  // namespace qsl_bench
+QSL_EIGEN void cblas_zgemm(int, int transa, int transb, int m, int n, int k, const void*,
+                           const void* a, int lda, const void* b, int ldb, const void*, void* c,
+                           int ldc) {
+  complex_product<std::complex<double>>(transa, transb, m, n, k, a, lda, b, ldb, c, ldc);
+}
+
+QSL_EIGEN void cblas_cgemm(int, int transa, int transb, int m, int n, int k, const void*,
+                           const void* a, int lda, const void* b, int ldb, const void*, void* c,
+                           int ldc) {
+  complex_product<std::complex<float>>(transa, transb, m, n, k, a, lda, b, ldb, c, ldc);
+}

@@ -1,19 +1,22 @@
+// Eigen has no product with a band matrix: the columns are its vectors. Column-major and
+// y := op(A) * x only: the factors and the strides are not looked at.
 #include <Eigen/Core>
 #include <algorithm>
 #include <complex>
 
-#include "benchmarks/band_functions.h"
+#include "benchmarks/eigen/export.h"
 #include "include/qsl/types.h"
 
-namespace qsl_bench {
 namespace {
 
 using Number = std::complex<double>;
 using In = Eigen::Map<const Eigen::VectorXcd>;
 using Out = Eigen::Map<Eigen::VectorXcd>;
 
-void zgbmv(int, int trans, int m, int n, int kl, int ku, const void*, const void* a, int lda,
-           const void* x_at, int, const void*, void* y_at, int) {
+}  // namespace
+
+QSL_EIGEN void cblas_zgbmv(int, int trans, int m, int n, int kl, int ku, const void*, const void* a,
+                           int lda, const void* x_at, int, const void*, void* y_at, int) {
   const In x(static_cast<const Number*>(x_at), trans == CblasNoTrans ? n : m);
   Out y(static_cast<Number*>(y_at), trans == CblasNoTrans ? m : n);
   if (trans == CblasNoTrans) y.setZero();
@@ -30,9 +33,3 @@ void zgbmv(int, int trans, int m, int n, int kl, int ku, const void*, const void
     }
   }
 }
-
-}  // namespace
-
-BandProduct* eigen_band_product() { return zgbmv; }
-
-}  // namespace qsl_bench
