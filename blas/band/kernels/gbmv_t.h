@@ -3,7 +3,7 @@
 #pragma once
 
 #include "blas/band/kernels/band.h"
-#include "blas/level2/kernels/gemv_t.h"
+#include "elements/dot_columns.h"
 
 namespace qsl::QSL_LEVEL {
 
