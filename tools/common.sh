@@ -64,7 +64,7 @@ step() {
   shift
   printf '\n== %s\n' "$name"
   # The times go through descriptor 3, past the command's own output.
-  { times=$( { TIMEFORMAT='%R %U %S' && time ("$@") >&3 2>&4; } 2>&1) || status=$?; } 3>&1 4>&2
+  { times=$( { TIMEFORMAT='%R %U %S' && time { ("$@") >&3 2>&4; }; } 2>&1) || status=$?; } 3>&1 4>&2
   printf '%s|%s|%s\n' "$name" "$times" "$status" >>"$QSL_STEPS"
   return "$status"
 }
