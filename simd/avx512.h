@@ -2,5 +2,4 @@
 // f32x16.
 #pragma once
 
-#include "simd/f32x16.h"
-#include "simd/f64x8.h"
+#include "simd/level.h"

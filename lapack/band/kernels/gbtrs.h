@@ -35,7 +35,7 @@ QSL_INLINE void subtract_column(int rows, typename Elements::Narrow x, const dou
     if (n > near) {
       const int wide = (n - near) / Vector::lanes * Vector::lanes;
       const int first = from_end ? 0 : n - wide;
-      const Vector wide_real = join(real, real), wide_imag = join(imag, imag);
+      const Vector wide_real = combine(real, real), wide_imag = combine(imag, imag);
       for (int i = first; i < first + wide; i += Vector::lanes) {
         const Vector l = Vector::load(a + i);
         neg_mul_add(swap_pairs(l), wide_imag, neg_mul_add(l, wide_real, Vector::load(y + i)))
