@@ -100,7 +100,7 @@ QSL_INLINE V even_ones() {
 
 // What every type has.
 #define LANES_OF_ALL_TYPES                                                                      \
-  LANES(a + b), LANES(a - b), LANES(a& b), LANES(a | b), LANES(a ^ b), LANES(and_not(a, b)),    \
+  LANES(a + b), LANES(a - b), LANES((a & b)), LANES(a | b), LANES(a ^ b), LANES(and_not(a, b)), \
       LANES(negate(a)), LANES(absolute(a)), LANES(greater_of(a, b)), LANES(lesser_of(a, b)),    \
       LANES(select(a < b, a, b)), LANES(select_by_lanes(even_ones<V>(), a, b)),                 \
       LANES(zero_unless(a < b, a)), LANES(select(V::Mask::first(k), a, b)), LANES(dup_even(a)), \
@@ -131,7 +131,7 @@ template <class V>
 struct FloatCases {
   static constexpr Case lanewise[] = {
       LANES_OF_ALL_TYPES,
-      LANES(a* b),
+      LANES((a * b)),
       LANES(a / b),
       LANES(mul_add(a, b, c)),
       LANES(mul_sub(a, b, c)),

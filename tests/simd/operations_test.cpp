@@ -81,7 +81,7 @@ void add_moves(LaneModels<T>& models, int lanes) {
     models[name] = {false,
                     [=](const O& o, int i) { return static_cast<Bits>(function(o.a[i], o.b[i])); }};
   };
-  bits("a & b", [](Bits a, Bits b) { return a & b; });
+  bits("(a & b)", [](Bits a, Bits b) { return a & b; });
   bits("a | b", [](Bits a, Bits b) { return a | b; });
   bits("a ^ b", [](Bits a, Bits b) { return a ^ b; });
   bits("and_not(a, b)", [](Bits a, Bits b) { return a & ~b; });
@@ -128,7 +128,7 @@ void add_float_arithmetic(LaneModels<T>& models, int lanes, bool fused) {
   const auto multiplied = [fused](T a, T b, T c) { return fused ? std::fma(a, b, c) : a * b + c; };
   computed("a + b", [](T a, T b, T, int) { return a + b; });
   computed("a - b", [](T a, T b, T, int) { return a - b; });
-  computed("a * b", [](T a, T b, T, int) { return a * b; });
+  computed("(a * b)", [](T a, T b, T, int) { return a * b; });
   computed("a / b", [](T a, T b, T, int) { return a / b; });
   computed("greater_of(a, b)", [](T a, T b, T, int) { return a > b ? a : b; });
   computed("lesser_of(a, b)", [](T a, T b, T, int) { return a < b ? a : b; });

@@ -23,6 +23,10 @@ struct TestedLevel {
   bool supported;
 };
 
+inline std::ostream& operator<<(std::ostream& out, const TestedLevel& level) {
+  return out << level.cases->name;
+}
+
 inline const std::vector<TestedLevel>& all_levels() {
   __builtin_cpu_init();
   const bool sse2 = __builtin_cpu_supports("sse2");
