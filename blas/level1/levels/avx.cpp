@@ -15,9 +15,9 @@ struct DotShape {
   using Vector = f64x2;
   static constexpr int block = 32;
   static constexpr auto unit_stride = both_strides_one;
-  static constexpr auto alignment = DotAlignment::none;
-  static constexpr auto remainder = DotRemainder::pairs;
-  static constexpr auto strided = DotStrided::pairs_of_8;
+  using Alignment = AnyAlignment;
+  using Remainder = PairsRemainder;
+  using Strided = StridedPairs;
 };
 
 struct ZaxpyShape {

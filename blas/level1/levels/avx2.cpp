@@ -14,9 +14,9 @@ struct DotShape {
   using Vector = f64x4;
   static constexpr int block = 16;
   static constexpr auto unit_stride = both_strides_one;
-  static constexpr auto alignment = DotAlignment::none;
-  static constexpr auto remainder = DotRemainder::seeded;
-  static constexpr auto strided = DotStrided::pairs_of_8;
+  using Alignment = AnyAlignment;
+  using Remainder = SeededRemainder;
+  using Strided = StridedPairs;
 };
 
 struct ZaxpyShape {

@@ -14,9 +14,9 @@ struct DotShape {
   using Vector = f64x8;
   static constexpr int block = 32;
   static constexpr auto unit_stride = both_strides_one;
-  static constexpr auto alignment = DotAlignment::none;
-  static constexpr auto remainder = DotRemainder::masked;
-  static constexpr auto strided = DotStrided::gathers_of_16;
+  using Alignment = AnyAlignment;
+  using Remainder = MaskedRemainder;
+  using Strided = StridedGathers;
 };
 
 struct ZaxpyShape {

@@ -14,9 +14,9 @@ struct DotShape {
   using Vector = f64x2;
   static constexpr int block = 16;
   static constexpr auto unit_stride = both_strides_one_or_minus_one;
-  static constexpr auto alignment = DotAlignment::same_phase;
-  static constexpr auto remainder = DotRemainder::halving;
-  static constexpr auto strided = DotStrided::in_order;
+  using Alignment = SamePhase;
+  using Remainder = HalvingRemainder;
+  using Strided = StridedInOrder;
 };
 
 struct ZaxpyShape {

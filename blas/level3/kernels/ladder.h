@@ -26,6 +26,7 @@ enum class LadderOrder {
   transposed,    // as left_inside, panel by panel of columns
 };
 
+// (Required as it stands, every number.)
 inline LadderOrder ladder_order(int m, int n, int k) {
   if (n < 101) {
     if (m >= 250 || k < 101) return LadderOrder::left_inside;

@@ -148,20 +148,6 @@ QSL_INLINE void small_tile(const SmallProduct<Type>& p, const SmallBlock<Type>& 
   });
 }
 
-// The columns that are left: N real ones, or fewer.
-template <class Type, class Vector, int V, int N, class Rows>
-QSL_INLINE void small_last_columns(const SmallProduct<Type>& p, const SmallBlock<Type>& block,
-                                   const typename Type::Scalar* b, typename Type::Scalar* c,
-                                   int columns, Rows rows) {
-  if constexpr (N > 0) {
-    if (columns == N / Type::parts) {
-      small_tile<Type, Vector, V, N>(p, block, b, c, rows);
-    } else {
-      small_last_columns<Type, Vector, V, N - Type::parts>(p, block, b, c, columns, rows);
-    }
-  }
-}
-
 // All columns of a block for one strip of V registers of rows; `rows` says how many scalars of the
 // last one count: an Index, or an int where registers have masks.
 template <class Type, class Vector, int V, int N, class Rows>
@@ -176,7 +162,12 @@ template <class Type, class Vector, int V, int N, class Rows>
     b += elements * p.b_column;
     c += elements * p.ldc;
   }
-  small_last_columns<Type, Vector, V, N - Type::parts>(p, block, b, c, columns, rows);
+  if constexpr (elements > 1) {
+    if (columns == 0) return;
+    at_index<1, elements - 1>(columns, [&](auto left) QSL_INLINE_LAMBDA {
+      small_tile<Type, Vector, V, left.value * Type::parts>(p, block, b, c, rows);
+    });
+  }
 }
 
 }  // namespace qsl::QSL_LEVEL
