@@ -86,8 +86,8 @@ struct InRegisters<Type_, Vector_, 1> : Type_ {
     }
   }
 
-  QSL_INLINE static Narrow load_one(const Scalar* p) { return Narrow::load_first(p, 1); }
-  QSL_INLINE static void store_one(Scalar* p, Narrow x) { x.store_first(p, 1); }
+  QSL_INLINE static Narrow load_one(const Scalar* p) { return Narrow::load_rest(p, 1); }
+  QSL_INLINE static void store_one(Scalar* p, Narrow x) { x.store_rest(p, 1); }
 };
 
 template <class Type_, class Vector_>

@@ -17,7 +17,7 @@ QSL_INLINE auto load_rest(const typename Elements::Scalar* p, int k) {
   if constexpr (Vector::bytes == 16) {
     return Elements::load_one(p);
   } else {
-    return Vector::load_first(p, k);
+    return Vector::load_rest(p, k);
   }
 }
 // 256 bits by halves: a masked store takes a dozen cycles on some processors (a rank-one update of
@@ -37,7 +37,7 @@ QSL_INLINE void store_rest(typename Elements::Scalar* p, Vector x, int k) {
     }
     store_rest<Elements>(p, rest, k);
   } else {
-    x.store_first(p, k);
+    x.store_rest(p, k);
   }
 }
 

@@ -2,11 +2,11 @@
 // they take factors: by address.
 #pragma once
 
-#include "blas/checks.h"
 #include "blas/level2/routines.h"
 #include "blas/level3/routines.h"
 #include "lapack/routines.h"
 #include "lapack/solvers.h"
+#include "runtime/arguments.h"
 
 namespace qsl::lapack {
 
@@ -48,7 +48,6 @@ struct Complex {
   static constexpr char laswp_name[] = "ZLASWP";
 };
 
-using blas::at_least_one;
 
 inline int least(int a, int b) { return a < b ? a : b; }
 

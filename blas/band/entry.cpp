@@ -11,11 +11,11 @@
 #include <cstdint>
 
 #include "blas/band/routines.h"
-#include "blas/checks.h"
-#include "blas/factor.h"
 #include "blas/level1/routines.h"
 #include "blas/selectors.h"
+#include "elements/number_bits.h"
 #include "include/qsl/blas.h"
+#include "runtime/arguments.h"
 #include "runtime/memory/memory.h"
 #include "runtime/verbose/wrapper.h"
 

@@ -4,7 +4,6 @@
 #include "blas/band/kernels/gbmv_n.h"
 #include "blas/band/kernels/gbmv_t.h"
 #include "blas/band/routines.h"
-#include "blas/level2/kernels/drivers.h"
 
 namespace qsl::QSL_LEVEL {
 

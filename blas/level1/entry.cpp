@@ -6,8 +6,8 @@
 //
 // Early returns and nothing else: the frame copies no floating-point value, since its only way is
 // the x87 unit, which quiets signalling NaNs.
-#include "blas/factor.h"
 #include "blas/level1/routines.h"
+#include "elements/number_bits.h"
 #include "include/qsl/blas.h"
 #include "runtime/verbose/wrapper.h"
 

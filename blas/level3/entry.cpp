@@ -2,10 +2,10 @@
 //
 // The row-major product is the column-major product of the transposed problem: operands, options
 // and sizes change places, the bits of the result are the same.
-#include "blas/checks.h"
 #include "blas/level3/gemm_interface.h"
 #include "blas/selectors.h"
 #include "include/qsl/blas.h"
+#include "runtime/arguments.h"
 #include "runtime/verbose/wrapper.h"
 
 namespace qsl::blas {

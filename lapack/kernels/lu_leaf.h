@@ -5,9 +5,9 @@
 // with real or complex coefficients", Trans. AIEE 60 (1941).
 #pragma once
 
-#include "blas/level2/kernels/drivers.h"
 #include "blas/level2/routines.h"
-#include "elements/apply_factor.h"
+#include "elements/add_columns.h"
+#include "elements/dot_columns.h"
 #include "elements/magnitude.h"
 #include "lapack/kernels/divide_column.h"
 

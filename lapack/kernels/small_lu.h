@@ -107,7 +107,7 @@ class Exchange {
   // Register i of a column, with `kept` in the pivot's row.
   template <int held>
   QSL_INLINE Vector exchanged(int i, const Column<Elements, held>& column, Vector kept) const {
-    return select(Vector::load(masks_ + i * Vector::lanes), kept, column.get(i));
+    return select_by_lanes(Vector::load(masks_ + i * Vector::lanes), kept, column.get(i));
   }
   template <int held>
   QSL_INLINE const double* element(const Column<Elements, held>& column) const {

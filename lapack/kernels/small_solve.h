@@ -42,7 +42,7 @@ QSL_INLINE f64x2 gather_narrow(const Order& order, const double* b) {
   } else if constexpr (first + 1 < Triangle::n) {
     return f64x2::gather(b + order.offset[first], b + order.offset[first + 1]);
   } else {
-    return f64x2::load_first(b + order.offset[first], 1);
+    return f64x2::load_rest(b + order.offset[first], 1);
   }
 }
 template <class Triangle, class Order>

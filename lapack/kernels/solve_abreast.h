@@ -2,8 +2,8 @@
 // holds one row of all of them, and no step waits for a number to be spread over a register.
 #pragma once
 
-#include "blas/level3/kernels/pack.h"
 #include "elements/small_triangle.h"
+#include "elements/transpose.h"
 
 namespace qsl::QSL_LEVEL {
 

@@ -4,7 +4,8 @@
 // first-level cache. A factor of one copies every bit.
 #pragma once
 
-#include "blas/level3/kernels/pack.h"
+#include "elements/apply_factor.h"
+#include "elements/transpose.h"
 
 namespace qsl::QSL_LEVEL {
 

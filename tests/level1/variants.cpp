@@ -1,9 +1,38 @@
 #include "tests/level1/variants.h"
 
+#include <cstdlib>
+#include <string>
+
 #include "blas/level1/routines.h"
 #include "blas/level1/zaxpy_bodies.h"
 
 namespace level1_test {
+namespace {
+
+bool processor_supports(Level level) {
+  __builtin_cpu_init();
+  switch (level) {
+    case Level::p4:
+    case Level::cnr:
+      return __builtin_cpu_supports("sse2");
+    case Level::p4m:
+      // One of its bodies is for processors with SSE4.1; the tests call both.
+      return __builtin_cpu_supports("ssse3") && __builtin_cpu_supports("sse4.1");
+    case Level::p4m3:
+      return __builtin_cpu_supports("sse4.2");
+    case Level::avx:
+      return __builtin_cpu_supports("avx");
+    case Level::avx2:
+      return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
+             __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2");
+    case Level::avx512:
+      return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
+             __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl");
+  }
+  return false;
+}
+
+}  // namespace
 
 const std::vector<Variant>& all_variants() {
 #define QSL_TEST_VARIANT(level, ...)                                              \
@@ -33,27 +62,16 @@ const std::vector<Variant>& all_variants() {
   return variants;
 }
 
-bool processor_supports(Level level) {
-  __builtin_cpu_init();
-  switch (level) {
-    case Level::p4:
-    case Level::cnr:
-      return __builtin_cpu_supports("sse2");
-    case Level::p4m:
-      // One of its bodies is for processors with SSE4.1; the tests call both.
-      return __builtin_cpu_supports("ssse3") && __builtin_cpu_supports("sse4.1");
-    case Level::p4m3:
-      return __builtin_cpu_supports("sse4.2");
-    case Level::avx:
-      return __builtin_cpu_supports("avx");
-    case Level::avx2:
-      return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
-             __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2");
-    case Level::avx512:
-      return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
-             __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl");
+const char* left_out(Level level) {
+  if (!processor_supports(level)) return "not supported by this processor";
+  const char* listed = std::getenv("QSL_TEST_LEVELS");
+  if (listed == nullptr) return nullptr;
+  for (const Variant& variant : all_variants()) {
+    if (variant.level != level) continue;
+    const std::string list = std::string(",") + listed + ",";
+    if (list.find(std::string(",") + variant.name + ",") != std::string::npos) return nullptr;
   }
-  return false;
+  return "not among QSL_TEST_LEVELS";
 }
 
 }  // namespace level1_test

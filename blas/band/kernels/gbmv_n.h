@@ -2,7 +2,7 @@
 #pragma once
 
 #include "blas/band/kernels/band.h"
-#include "blas/level2/kernels/gemv_n.h"
+#include "elements/add_columns.h"
 
 namespace qsl::QSL_LEVEL {
 

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "blas/band/kernels/band.h"
-#include "blas/level2/kernels/gemv_t.h"
+#include "elements/dot_columns.h"
 
 namespace qsl::QSL_LEVEL {
 
@@ -34,8 +34,8 @@ struct ColumnSum {
   QSL_INLINE auto total(bool conjugate) const {
     const auto d = sum_to_narrow(direct);
     const auto c = sum_to_narrow(crossed);
-    const auto first = lower_lanes(d, c);
-    const auto second = upper_lanes(d, c);
+    const auto first = unpack_lower(d, c);
+    const auto second = unpack_upper(d, c);
     return conjugate ? first + negate_odd(second) : add_sub(first, second);
   }
 };

@@ -68,7 +68,7 @@ QSL_INLINE void copy_halving(CopyRest& rest) {
 
 template <class Vector>
 QSL_INLINE void copy_first(CopyRest& rest, int k) {
-  Vector::load_first(rest.x, k).store_first(rest.y, k);
+  Vector::load_rest(rest.x, k).store_rest(rest.y, k);
   rest.advance(k);
 }
 

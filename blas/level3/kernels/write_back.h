@@ -33,8 +33,8 @@ QSL_INLINE void write_back(const Sums<Vector, V, N>& sums, typename Type::Scalar
         if (!overwrite) sum = Vector::load(to) + sum;
         sum.store(to);
       } else {
-        if (!overwrite) sum = Vector::load_first(to, last) + sum;
-        sum.store_first(to, last);
+        if (!overwrite) sum = Vector::load_rest(to, last) + sum;
+        sum.store_rest(to, last);
       }
     });
   });

@@ -83,7 +83,7 @@ template <class Elements>
     const Narrow alone = taken(own);
     [[maybe_unused]] Vector put_together;
     if constexpr (together == 2) {
-      if (whole) put_together = join(taken(first), taken(first + 1));
+      if (whole) put_together = combine(taken(first), taken(first + 1));
     }
     for_rows_below<Elements>(
         rows, [&](int i, auto x) QSL_INLINE_LAMBDA { set(i, decltype(x)::load(column + i)); });

@@ -34,7 +34,8 @@ QSL_INLINE void subtract_column(int rows, typename Elements::Narrow x, const dou
     if (n > near) {
       const int wide = (n - near) / Vector::lanes * Vector::lanes;
       const int first = from_end ? 0 : n - wide;
-      const RegisterFactor<2, Vector> wide_by = {join(by.real, by.real), join(by.imag, by.imag)};
+      const RegisterFactor<2, Vector> wide_by = {combine(by.real, by.real),
+                                                 combine(by.imag, by.imag)};
       for (int i = first; i < first + wide; i += Vector::lanes) {
         wide_by.taken_from(Vector::load(y + i), Vector::load(a + i)).store(y + i);
       }

@@ -1,9 +1,9 @@
-// What the checks of several routines share.
+// What the checks of several families share: transpose options in both styles, least sizes.
 #pragma once
 
 #include "include/qsl/types.h"
 
-namespace qsl::blas {
+namespace qsl {
 
 enum Transpose { no_transpose = 0, transpose = 1, conjugate_transpose = 2 };
 
@@ -30,4 +30,4 @@ inline bool is_transpose_selector(int selector) {
 
 inline int at_least_one(int size) { return size > 1 ? size : 1; }
 
-}  // namespace qsl::blas
+}  // namespace qsl
