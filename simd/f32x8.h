@@ -59,7 +59,9 @@ struct f32x8 {
   }
   QSL_INLINE void store_rest(float* p, int k) const { _mm256_maskstore_ps(p, rest_lanes(k), v); }
   QSL_INLINE static __m256i rest_lanes(int k) {
-    const __m128i flags = first_bytes(k);
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i flags =
+        _mm_srl_epi64(_mm_cmpeq_epi8(zero, zero), _mm_cvtsi32_si128(8 * (lanes - k)));
 #if defined(__AVX2__)
     return _mm256_cvtepi8_epi32(flags);
 #else
