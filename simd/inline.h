@@ -53,4 +53,17 @@ QSL_INLINE auto at_index(int i, const Body& body) {
   }
 }
 
+// The same for few numbers, of which the last ones come most often: one after another, from the
+// last on. (Measured where tiles of the smallest products choose their last columns: by halves, 5 %
+// of a product of order 5.)
+template <int first, int last, class Body>
+QSL_INLINE auto at_index_from_last(int i, const Body& body) {
+  if constexpr (first == last) {
+    return body(Index<first>{});
+  } else {
+    if (i == last) return body(Index<last>{});
+    return at_index_from_last<first, last - 1>(i, body);
+  }
+}
+
 }  // namespace qsl::QSL_LEVEL

@@ -40,11 +40,8 @@ QSL_INLINE void ger(int m, int n, const Number* alpha_at, const Number* x_at, in
   if (alpha.kind() == FactorKind::zero) {
     if (kind == FactorKind::one) return;
     for (int j = 0; j < n; j++) scale<Elements>(m, beta.parts, at<Elements>(a, j, lda), 1);
-  } else if (kind == FactorKind::zero) {
-    ger_blocks<Elements, false>(m, n, alpha.parts, x, incx, y, incy, nullptr, a, lda);
   } else {
-    const Scalar* general = kind == FactorKind::general ? beta.parts : nullptr;
-    ger_blocks<Elements, true>(m, n, alpha.parts, x, incx, y, incy, general, a, lda);
+    ger_blocks<Elements>(kind, m, n, alpha.parts, x, incx, y, incy, beta.parts, a, lda);
   }
 }
 

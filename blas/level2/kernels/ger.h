@@ -10,10 +10,11 @@
 
 namespace qsl::QSL_LEVEL {
 
-// column c := factors[c] * x, or with `add` column c + factors[c] * x
-template <class Elements, bool add, int columns>
+// column c := factors[c] * x + beta * column c
+template <class Elements, FactorKind kind, int columns>
 [[gnu::noinline]] void update_columns(int rows, const typename Elements::Scalar* x,
                                       const typename Elements::Scalar* factors,
+                                      const typename Elements::Scalar* beta,
                                       typename Elements::Scalar* a, int lda) {
   using Vector = typename Elements::Vector;
   using Scalar = typename Elements::Scalar;
@@ -25,14 +26,18 @@ template <class Elements, bool add, int columns>
     by[c.value] = Factor::read(factors + c.value * Elements::parts);
     column[c.value] = at<Elements>(a, c.value, lda);
   });
+  [[maybe_unused]] Factor by_beta;
+  if constexpr (kind == FactorKind::general) by_beta = Factor::read(beta);
   const auto update = [&](const auto& load, const auto& store, int i) QSL_INLINE_LAMBDA {
     const Vector xi = load(x + i);
     unroll<columns>([&](auto c) QSL_INLINE_LAMBDA {
       Scalar* element = column[c.value] + i;
-      if constexpr (add) {
+      if constexpr (kind == FactorKind::zero) {
+        store(element, by[c.value].times(xi));
+      } else if constexpr (kind == FactorKind::one) {
         store(element, by[c.value].times_plus(xi, load(element)));
       } else {
-        store(element, by[c.value].times(xi));
+        store(element, by[c.value].times_plus(xi, by_beta.times(load(element))));
       }
     });
   };
@@ -52,10 +57,30 @@ template <class Elements, bool add, int columns>
   }
 }
 
-// All columns of a block of rows. A beta that is neither 0 nor 1 (null otherwise) goes first,
-// column by column, while the block is in the first-level cache.
-template <class Elements, bool add>
-[[gnu::noinline]] void ger_rows(int rows, int n, const typename Elements::Scalar* alpha,
+// The same for a kind that is known at run time only.
+template <class Elements, int columns>
+QSL_INLINE void update_group(FactorKind kind, int rows, const typename Elements::Scalar* x,
+                             const typename Elements::Scalar* factors,
+                             const typename Elements::Scalar* beta, typename Elements::Scalar* a,
+                             int lda) {
+  if (kind == FactorKind::zero) {
+    update_columns<Elements, FactorKind::zero, columns>(rows, x, factors, beta, a, lda);
+  } else if (kind == FactorKind::one) {
+    update_columns<Elements, FactorKind::one, columns>(rows, x, factors, beta, a, lda);
+  } else {
+    // A complex beta takes the registers of a column.
+    constexpr int together = Elements::parts == 2 ? 1 : columns;
+    for (int c = 0; c < columns; c += together) {
+      update_columns<Elements, FactorKind::general, together>(rows, x, at<Elements>(factors, c),
+                                                              beta, at<Elements>(a, c, lda), lda);
+    }
+  }
+}
+
+// All columns of a block of rows.
+template <class Elements>
+[[gnu::noinline]] void ger_rows(FactorKind kind, int rows, int n,
+                                const typename Elements::Scalar* alpha,
                                 const typename Elements::Scalar* x,
                                 const typename Elements::Scalar* y_base, int incy,
                                 const typename Elements::Scalar* beta, typename Elements::Scalar* a,
@@ -68,20 +93,16 @@ template <class Elements, bool add>
     multiply_pass<Elements>(columns, alpha, y, to);
     Scalar* block = at<Elements>(a, first, lda);
     in_groups<Elements::columns>(columns, [&](auto group, int j) QSL_INLINE_LAMBDA {
-      Scalar* column = at<Elements>(block, j, lda);
-      if (add && beta != nullptr) {
-        for (int c = 0; c < group.value; c++) {
-          scale<Elements>(rows, beta, at<Elements>(column, c, lda), 1);
-        }
-      }
-      update_columns<Elements, add, group.value>(rows, x, at<Elements>(factors, j), column, lda);
+      update_group<Elements, group.value>(kind, rows, x, at<Elements>(factors, j), beta,
+                                          at<Elements>(block, j, lda), lda);
     });
   });
 }
 
 // x in blocks of rows: where it lies, or through a buffer.
-template <class Elements, bool add>
-[[gnu::noinline]] void ger_blocks(int m, int n, const typename Elements::Scalar* alpha,
+template <class Elements>
+[[gnu::noinline]] void ger_blocks(FactorKind kind, int m, int n,
+                                  const typename Elements::Scalar* alpha,
                                   const typename Elements::Scalar* x_base, int incx,
                                   const typename Elements::Scalar* y, int incy,
                                   const typename Elements::Scalar* beta,
@@ -98,8 +119,8 @@ template <class Elements, bool add>
                 copy_pass<Elements>(rows, x, into);
                 part = buffer;
               }
-              ger_rows<Elements, add>(rows, n, alpha, part, y, incy, beta, at<Elements>(a, row),
-                                      lda);
+              ger_rows<Elements>(kind, rows, n, alpha, part, y, incy, beta, at<Elements>(a, row),
+                                 lda);
             });
 }
 

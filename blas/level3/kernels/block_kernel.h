@@ -72,7 +72,7 @@ QSL_INLINE void multiply_strip(const StripProduct<typename Type::Scalar>& p) {
   // Fewer than a tile has.
   if constexpr (tile_columns > Type::parts) {
     if (columns == 0) return;
-    at_index<1, tile_columns / Type::parts - 1>(
+    at_index_from_last<1, tile_columns / Type::parts - 1>(
         columns / Type::parts, [&](auto elements) QSL_INLINE_LAMBDA {
           constexpr int N = elements.value * Type::parts;
           multiply_tile<Type, Tile, full, V, N>(p, b, b_step, c, last);
@@ -90,14 +90,15 @@ template <class Type, class Tile>
 QSL_INLINE void multiply_last_rows(const StripProduct<typename Type::Scalar>& p) {
   constexpr int lanes = Tile::Vector::lanes;
   if (p.rows == 0) return;
-  at_index<1, Tile::vectors>((p.rows + lanes - 1) / lanes, [&](auto registers) QSL_INLINE_LAMBDA {
-    constexpr int V = registers.value;
-    if (p.rows == V * lanes) {
-      multiply_last_strip<Type, Tile, true, V>(p);
-    } else {
-      multiply_last_strip<Type, Tile, false, V>(p);
-    }
-  });
+  at_index_from_last<1, Tile::vectors>((p.rows + lanes - 1) / lanes,
+                                       [&](auto registers) QSL_INLINE_LAMBDA {
+                                         constexpr int V = registers.value;
+                                         if (p.rows == V * lanes) {
+                                           multiply_last_strip<Type, Tile, true, V>(p);
+                                         } else {
+                                           multiply_last_strip<Type, Tile, false, V>(p);
+                                         }
+                                       });
 }
 
 template <class Type, class Tile>

@@ -45,7 +45,7 @@ QSL_INLINE SmallStrip<Type> take_strip(const SmallProduct<Type>& p, int row, int
   if (!packed) return {a, p.a_k};
   const int ld = p.a_plain ? p.a_k : p.a_row;
   if (rows < width) {
-    at_index<1, width - 1>(rows, [&](auto fewer) QSL_INLINE_LAMBDA {
+    at_index_from_last<1, width - 1>(rows, [&](auto fewer) QSL_INLINE_LAMBDA {
       pack_rows<Type, fewer.value>(p.a_plain, a, ld, depth, strip);
     });
   } else {
@@ -62,7 +62,7 @@ QSL_INLINE void small_last_rows(const SmallProduct<Type>& p, const SmallBlock<Ty
   if constexpr (Vector::bytes == 64) {
     small_strip<Type, Vector, 1, 6>(p, block, valid);
   } else {
-    at_index<1, Vector::lanes / Type::parts - 1>(
+    at_index_from_last<1, Vector::lanes / Type::parts - 1>(
         valid / Type::parts, [&](auto rows) QSL_INLINE_LAMBDA {
           small_strip<Type, Vector, 1, 6>(p, block, Index<rows.value * Type::parts>{});
         });

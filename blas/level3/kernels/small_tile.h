@@ -164,7 +164,7 @@ template <class Type, class Vector, int V, int N, class Rows>
   }
   if constexpr (elements > 1) {
     if (columns == 0) return;
-    at_index<1, elements - 1>(columns, [&](auto left) QSL_INLINE_LAMBDA {
+    at_index_from_last<1, elements - 1>(columns, [&](auto left) QSL_INLINE_LAMBDA {
       small_tile<Type, Vector, V, left.value * Type::parts>(p, block, b, c, rows);
     });
   }
