@@ -4,7 +4,7 @@ JOBS ?= $(shell nproc)
 PREFIX ?= /usr/local
 LIBRARY_ONLY = -DQSL_BUILD_TESTS=OFF
 
-.PHONY: all tour check check-emulated bench bench-publish docs install package format lint clean
+.PHONY: all tour check check-emulated bench bench-smoke bench-publish docs install package format lint clean
 .PHONY: $(PRESETS)
 .NOTPARALLEL:
 
@@ -39,6 +39,13 @@ bench: setup-build setup-bench
 	@cmake --preset bench
 	@cmake --build --preset bench -j $(JOBS)
 	@python3 benchmarks/report.py --build build/bench
+
+# Each benchmark once, for a moment: whether they still run.
+bench-smoke: setup-build setup-bench
+	@cmake --preset bench
+	@cmake --build --preset bench -j $(JOBS)
+	@python3 benchmarks/report.py --build build/bench --rounds 1 --min-time 0.001 \
+	  --only '^(?!large|products|transposed)'
 
 # The same, then its tables and plots into docs/performance.md.
 bench-publish: bench

@@ -5,6 +5,9 @@
 # written once are included by the source file of each level and land in that namespace.
 
 set(QSL_LEVELS p4 p4m p4m3 avx avx2 avx512 cnr)
+# Those with a body of every routine. The reproducible level has bodies only of the routines whose bits
+# depend on the alignment at level p4.
+set(QSL_FULL_LEVELS p4 p4m p4m3 avx avx2 avx512)
 
 set(QSL_LEVEL_FLAGS_p4 -msse2)
 set(QSL_LEVEL_FLAGS_p4m -mssse3)
@@ -56,11 +59,12 @@ endfunction()
 # Kernels call nothing but the library's own functions, so they keep no alignment for a callee, and
 # realign only where a vector is spilled. (A double may lie at any address, so 8 bytes are as good as
 # there.)
-if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT QSL_SANITIZE)
-  set(QSL_KERNEL_FLAGS -mpreferred-stack-boundary=2 -mincoming-stack-boundary=3)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  set(QSL_KERNEL_STACK_FLAGS -mpreferred-stack-boundary=2 -mincoming-stack-boundary=3)
 else()
-  set(QSL_KERNEL_FLAGS ${QSL_STACK_FLAGS})
+  set(QSL_KERNEL_STACK_FLAGS ${QSL_STACK_FLAGS})
 endif()
+set(QSL_KERNEL_FLAGS)
 # A loop stays a loop, rather than becoming a call of the C library's memset.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   list(APPEND QSL_KERNEL_FLAGS -fno-tree-loop-distribute-patterns -fno-gnu-unique)
@@ -73,11 +77,6 @@ list(APPEND QSL_KERNEL_FLAGS -fwrapv)
 list(APPEND QSL_KERNEL_FLAGS -falign-loops=32)
 # A jump table's labels would be symbols of the library, between its functions.
 list(APPEND QSL_KERNEL_FLAGS -fno-jump-tables)
-# Instrumented kernels take minutes to compile with all optimisations, and half as long again with checks
-# of what the address sanitizer finds anyway, or what is allowed here: any alignment, wrapping addresses.
-if(QSL_SANITIZE)
-  list(APPEND QSL_KERNEL_FLAGS -O1 -g1 -fno-sanitize=null,alignment,object-size,pointer-overflow)
-endif()
 list(APPEND QSL_KERNEL_FLAGS -march=i686 -mtune=generic -mfpmath=sse -fomit-frame-pointer)
 
 # qsl_add_kernels(<level> <source>...): adds sources to the objects of one level.
@@ -85,10 +84,33 @@ function(qsl_add_kernels level)
   if(NOT TARGET qsl_kernels_${level})
     add_library(qsl_kernels_${level} OBJECT)
     target_link_libraries(qsl_kernels_${level} PRIVATE qsl_compile_options)
+    # Instrumented kernels call the sanitizer, which wants an aligned stack.
+    if(level IN_LIST QSL_SANITIZED_LEVELS)
+      set(special_flags ${QSL_STACK_FLAGS} ${QSL_SANITIZE_KERNEL_FLAGS})
+    else()
+      set(special_flags ${QSL_KERNEL_STACK_FLAGS})
+    endif()
     target_compile_options(qsl_kernels_${level} PRIVATE
-        ${QSL_KERNEL_FLAGS} ${QSL_LEVEL_FLAGS_${level}})
+        ${special_flags} ${QSL_KERNEL_FLAGS} ${QSL_LEVEL_FLAGS_${level}})
     target_compile_definitions(qsl_kernels_${level} PRIVATE QSL_LEVEL=${level})
     set_target_properties(qsl_kernels_${level} PROPERTIES POSITION_INDEPENDENT_CODE ON)
   endif()
   target_sources(qsl_kernels_${level} PRIVATE ${ARGN})
+endfunction()
+
+# qsl_add_level_sources(<folder>): <folder>/<level>.cpp for every level that has one: the numbers, and
+# where it pays the code, of that level.
+function(qsl_add_level_sources folder)
+  foreach(level IN LISTS QSL_LEVELS)
+    if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/${level}.cpp)
+      qsl_add_kernels(${level} ${folder}/${level}.cpp)
+    endif()
+  endforeach()
+endfunction()
+
+# qsl_add_instances(<source>...): sources that are the same for all levels, compiled once for each.
+function(qsl_add_instances)
+  foreach(level IN LISTS QSL_FULL_LEVELS)
+    qsl_add_kernels(${level} ${ARGN})
+  endforeach()
 endfunction()

@@ -2,21 +2,21 @@
 # Runs the test programs of a build on an emulated AVX-512 processor: a small virtual machine in
 # Bochs, which boots a kernel with the programs in its initial RAM disk.
 #
-#   tools/check-avx512.sh [MINUTES]     time limit of the machine, default 40
+#   tools/check-avx512.sh [MINUTES]     time limit of the machine, default 20
 #
 #   QSL_BUILD_DIR       the build to take, default build/release; it must be built already
 #   QSL_AVX512_MINUTES  the time limit, when there is no argument
-#   QSL_AVX512_TESTS    shell pattern of the programs, default "*"
+#   QSL_AVX512_TESTS    shell pattern of the programs instead of the chosen ones; "*" for all
 #   QSL_AVX512_KEEP=1   keep the scratch folder
 #
-# The programs are those that CTest runs. One that CTest repeats for each processor type runs with
-# QSL_DEBUG_CPU_TYPE=9, and once more with QSL_CBWR=AVX512 added; any other runs as it is, so that it
-# sees the processor itself. QSL_TEST_EMULATED=1 is set for all. Before them the probe runs through
-# the rows of tests/emulation/avx512-selection.txt.
+# First the probe runs through the rows of tests/emulation/avx512-selection.txt. A processor that has
+# AVX-512 leaves it at that: CTest runs type 9 there. On others follow the programs that CTest repeats
+# for each processor type, with QSL_DEBUG_CPU_TYPE=9, and those of tests/emulation/avx512-programs.txt.
+# QSL_TEST_EMULATED=1 is set for all, so that they take fewer shapes, and QSL_TEST_LEVELS=avx512.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-minutes=${1:-${QSL_AVX512_MINUTES:-40}}
+minutes=${1:-${QSL_AVX512_MINUTES:-20}}
 [[ $minutes =~ ^[1-9][0-9]*$ ]] || die "not a number of minutes: $minutes"
 build=$(cd "$source_root" && realpath -m "${QSL_BUILD_DIR:-build/release}")
 emulation=$source_root/tests/emulation
@@ -26,13 +26,29 @@ program_seconds=600 # of one program, in the machine's own time
 [ -e "$build/libqsl.so.1" ] || die "$build/libqsl.so.1 is missing: build it first (cmake --preset release && cmake --build --preset release)"
 
 mapfile -t tests < <("$source_root/tools/list-tests.py" "$build")
-programs=()
-while read -r program; do
-  # A pattern is wanted here.
+mapfile -t patterns < <(grep -v '^#' "$emulation/avx512-programs.txt")
+per_type() { printf '%s\n' "${tests[@]}" | grep -q "QSL_DEBUG_CPU_TYPE=.*|$1|"; }
+chosen() {
+  local pattern
+  # Patterns are wanted here.
   # shellcheck disable=SC2053
-  if [[ $program == ${QSL_AVX512_TESTS:-*} ]]; then programs+=("$program"); fi
-done < <(printf '%s\n' "${tests[@]}" | cut -d'|' -f3 | sort -u)
-[ ${#programs[@]} -gt 0 ] || die "no test programs in $build/bin"
+  if [ -n "${QSL_AVX512_TESTS:-}" ]; then
+    [[ $1 == $QSL_AVX512_TESTS ]]
+  else
+    for pattern in "${patterns[@]}"; do [[ $1 != $pattern ]] || return 0; done
+    per_type "$1"
+  fi
+}
+programs=()
+if has_avx512 && [ -z "${QSL_AVX512_TESTS:-}" ]; then
+  say "AVX-512: native, CTest runs type 9; here only what the processor selects"
+else
+  say "AVX-512: in the emulator"
+  while read -r program; do
+    if chosen "$program"; then programs+=("$program"); fi
+  done < <(printf '%s\n' "${tests[@]}" | cut -d'|' -f3 | sort -u)
+  [ ${#programs[@]} -gt 0 ] || die "no test programs in $build/bin"
+fi
 
 work=$(mktemp -d)
 if [ -n "${QSL_AVX512_KEEP:-}" ]; then
@@ -43,10 +59,13 @@ fi
 root=$work/root
 mkdir -p "$root"/{bin,dev,proc,sys,tmp,lib} "$work/iso"
 
-# The programs, at the same place in the machine as here, with the libraries they load.
+# The programs, at the same place in the machine as here, with the libraries they load. They are
+# stripped: the machine has to unpack them.
 cp "$(command -v busybox)" "$root/bin/busybox"
-(cd / && cp -aL --parents "${build#/}/bin" "${build#/}"/libqsl.so* "$root/")
-rm -rf "$root$build/bin/CMakeFiles"
+(cd / && cp -aL --parents "${build#/}"/libqsl.so* "$root/")
+mkdir -p "$root$build/bin"
+for program in "${programs[@]}"; do strip -o "$root$build/bin/$program" "$build/bin/$program"; done
+for folder in "$build"/bin/*/; do cp -a "$folder" "$root$build/bin/"; done
 probe=$build/bin/avx512_probe
 gcc -m32 -march=i686 -mno-sse -O1 -I"$source_root/include" "$emulation/probe.c" \
   -o "$root$probe" -L"$build" -lqsl || die "the probe does not build"
@@ -67,7 +86,7 @@ done < <(
     echo "selection${settings:+ $settings}|QSL_VERBOSE=1 $settings|$probe|for Arvex.R. $processor.* CNR:$cnr Dyn"
   done < <(grep -v '^#' "$emulation/avx512-selection.txt")
   for program in "${programs[@]}"; do
-    if printf '%s\n' "${tests[@]}" | grep -q "QSL_DEBUG_CPU_TYPE=.*|$program|"; then
+    if per_type "$program"; then
       echo "$program type 9|QSL_DEBUG_CPU_TYPE=9|$build/bin/$program|"
       echo "$program type 9 reproducible|QSL_DEBUG_CPU_TYPE=9 QSL_CBWR=AVX512|$build/bin/$program|"
     else

@@ -1,26 +1,26 @@
 #!/usr/bin/env bash
-# Everything that this processor or system cannot run itself, in emulators, one after another:
+# Everything that this processor or system cannot run itself, in emulators:
 #   processors   which variants are selected on emulated processor models   (check-processors.sh)
 #   avx512       the tests on an emulated AVX-512 processor                  (check-avx512.sh)
 #   windows      the Windows build and its tests under Wine                  (check-windows.sh)
-# Stops at the first that fails. Installs what is missing (setup.sh). The settings and time limits
-# are those of the scripts; without any, a run takes some minutes and at most an hour.
+# The last two run side by side, each on one processor. Installs what is missing (setup.sh). The
+# settings and time limits are those of the scripts. Ends with a table of the steps.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 "$source_root/tools/setup.sh" build check emulated
-build_preset release
+begin_steps
+step "release: build" build_preset release
+step "reference: build" build_preset reference
+step "windows: build" build_preset windows
+step "processors" env QSL_BUILD_ROOT="$source_root/build" "$source_root/tools/check-processors.sh"
 
-summary=()
-for step in processors avx512 windows; do
-  printf '\n== %s\n' "$step"
-  started=$SECONDS
-  if ! "$source_root/tools/check-$step.sh"; then
-    printf '\n'
-    [ ${#summary[@]} -eq 0 ] || say "passed before: ${summary[*]}"
-    die "step $step failed (tools/check-$step.sh runs it alone)"
-  fi
-  summary+=("$step ($((SECONDS - started))s)")
-done
-printf '\n'
-say "all passed: ${summary[*]}"
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+status=0
+step "avx512" "$source_root/tools/check-avx512.sh" >"$log" 2>&1 &
+QSL_BUILD_DIR=build/windows step "windows: tests" "$source_root/tools/check-windows.sh" || status=1
+wait $! || status=1
+cat "$log"
+end_steps
+exit $status

@@ -36,8 +36,45 @@ build_preset() {
   mkdir -p "$source_root/build"
   log=$source_root/build/$preset.log
   say "building preset $preset"
-  if ! (cd "$source_root" && cmake --preset "$preset" && cmake --build --preset "$preset") >"$log" 2>&1; then
+  if ! (cd "$source_root" && cmake --preset "$preset" &&
+    cmake --build --preset "$preset" -j "${JOBS:-$(nproc)}") >"$log" 2>&1; then
     tail -n 60 "$log" >&2
     die "preset $preset does not build; the whole output is in build/$preset.log"
   fi
+}
+
+processor_has() { # FEATURE...: as Linux calls them
+  local feature
+  for feature; do grep -qw "$feature" /proc/cpuinfo || return 1; done
+}
+has_avx512() { processor_has avx512f avx512dq avx512bw avx512vl; }
+
+# A script of several steps calls begin_steps, runs each by "step NAME COMMAND...", and ends with
+# end_steps, which prints the table of their seconds - of all, where one such script calls another.
+begin_steps() {
+  steps_owner=
+  if [ -z "${QSL_STEPS:-}" ]; then
+    QSL_STEPS=$(mktemp)
+    export QSL_STEPS
+    steps_owner=1
+  fi
+}
+step() {
+  local name=$1 status=0 times
+  shift
+  printf '\n== %s\n' "$name"
+  # The times go through descriptor 3, past the command's own output.
+  { times=$( { TIMEFORMAT='%R %U %S' && time { ("$@") >&3 2>&4; }; } 2>&1) || status=$?; } 3>&1 4>&2
+  printf '%s|%s|%s\n' "$name" "$times" "$status" >>"$QSL_STEPS"
+  return "$status"
+}
+end_steps() {
+  [ -n "$steps_owner" ] || return 0
+  awk -F'|' '
+    BEGIN { printf "\n%-24s %8s %12s\n", "step", "seconds", "CPU seconds" }
+    {
+      split($2, t, " ")
+      printf "%-24s %8.0f %12.0f%s\n", $1, t[1], t[2] + t[3], $3 ? "   FAILED" : ""
+    }' "$QSL_STEPS"
+  rm -f "$QSL_STEPS"
 }

@@ -1,27 +1,42 @@
 #!/usr/bin/env bash
-# Formatting (clang-format), clang-tidy and cppcheck. With --fix the formatting is put right instead.
+# Formatting (clang-format), clang-tidy, cppcheck and shellcheck. With --fix the formatting is put right
+# instead.
+#
+# Kernel bodies are written once and compiled for every level, so they are read at the levels that take
+# every branch of an #if between them: `p4` knows no SSE3, `avx` no AVX2 and no FMA, `avx2` all of these,
+# and `p4m` and `avx512` have code of their own. `p4m3` and `cnr` have nothing but numbers.
 set -euo pipefail
-root=$(cd "$(dirname "$0")/.." && pwd)
-cd "$root"
+. "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+cd "$source_root"
+levels=(p4 p4m avx avx2 avx512)
+jobs=${JOBS:-$(nproc)}
 
-mapfile -t sources < <(git ls-files '*.c' '*.cpp' '*.h' '*.inl' | grep -v '^build/')
+known() { git ls-files --cached --others --exclude-standard "$@" | while read -r file; do [ ! -e "$file" ] || echo "$file"; done; }
+
+mapfile -t sources < <(known '*.c' '*.cpp' '*.h' '*.inl')
 if [ "${1:-}" = --fix ]; then
   clang-format -i "${sources[@]}"
   exit 0
 fi
 
-echo "== clang-format"
+echo "-- clang-format"
 clang-format --dry-run --Werror "${sources[@]}"
 
-# clang-tidy reads how each file is compiled from a build by clang++.
-echo "== clang-tidy"
-cmake --preset clang >/dev/null
-mapfile -t units < <(git ls-files 'runtime/*.cpp' 'blas/*.cpp' 'lapack/*.cpp' | grep -v '/windows/')
-printf '%s\n' "${units[@]}" |
-  xargs -P "$(nproc)" -n 4 clang-tidy --quiet -p build/clang --warnings-as-errors='*' 2>/dev/null
+echo "-- shellcheck"
+mapfile -t scripts < <(known '*.sh' .ci/run)
+shellcheck -x -P SCRIPTDIR "${scripts[@]}"
 
-echo "== cppcheck"
-cppcheck --project=build/clang/compile_commands.json --enable=warning,performance,portability \
+# How each file is compiled comes from a build by clang++.
+cmake --preset clang >/dev/null
+mkdir -p build/lint
+tools/lint-database.py build/clang/compile_commands.json "${levels[@]}" >build/lint/compile_commands.json
+
+echo "-- clang-tidy"
+sed -n 's/^ *"file": "\(.*\)",\{0,1\}$/\1/p' build/lint/compile_commands.json | sort -u |
+  xargs -P "$jobs" -n 1 clang-tidy --quiet -p build/lint --warnings-as-errors='*' 2>/dev/null
+
+echo "-- cppcheck"
+cppcheck --project=build/lint/compile_commands.json --enable=warning,performance,portability \
   --suppressions-list=tools/cppcheck-suppressions.txt --inline-suppr --error-exitcode=1 --quiet \
-  --std=c++20 -j "$(nproc)"
+  --std=c++20 -j "$jobs"
 echo "lint: clean"

@@ -12,7 +12,7 @@ set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 declare -A packages=(
-  [build]="g++ g++-multilib clang cmake ninja-build make python3"
+  [build]="g++ g++-multilib clang cmake ninja-build make python3 ccache"
   [check]="googletest python3-pytest binutils libmpfr-dev:i386 valgrind libc6-dbg:i386"
   [emulated]="gcc-multilib python3 python3-pytest binutils qemu-user
     bochs bochsbios vgabios isolinux syslinux-common xorriso cpio busybox-static

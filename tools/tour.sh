@@ -29,7 +29,7 @@ show "$bin/telephone_line"
 echo
 echo "The level is chosen by the processor, and the same program runs at every lower one:"
 types="2"
-for row in ssse3:4 sse4_2:5 avx:6 avx2:7; do
+for row in ssse3:4 sse4_2:5 avx:6 avx2:7 avx512vl:9; do
   ! grep -qw "${row%:*}" /proc/cpuinfo || types+=" ${row#*:}"
 done
 for type in $types; do

@@ -11,11 +11,7 @@ using level1_test::GuardPages;
 class BandKernels : public testing::TestWithParam<Variant> {
  protected:
   void SetUp() override {
-    if (!level1_test::processor_supports(GetParam().level)) {
-      GTEST_SKIP() << GetParam().name << " is not supported by this processor";
-    }
-    // The AVX-512 processor is emulated; the others' sums are tested where they run faster.
-    if (emulated() && GetParam().level != Level::avx512) GTEST_SKIP() << "tested natively";
+    if (const char* why = level1_test::left_out(GetParam().level)) GTEST_SKIP() << why;
   }
 };
 

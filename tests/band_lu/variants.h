@@ -31,7 +31,7 @@ inline std::ostream& operator<<(std::ostream& out, const Variant& variant) {
   return out << variant.name;
 }
 
-// All seven; the processor need not support them.
+// All of them; the processor need not support them.
 const std::vector<Variant>& all_variants();
 
 inline std::string name_of(const testing::TestParamInfo<Variant>& info) { return info.param.name; }
@@ -39,11 +39,7 @@ inline std::string name_of(const testing::TestParamInfo<Variant>& info) { return
 class BandLuKernels : public testing::TestWithParam<Variant> {
  protected:
   void SetUp() override {
-    if (!level1_test::processor_supports(GetParam().level)) {
-      GTEST_SKIP() << GetParam().name << " is not supported by this processor";
-    }
-    // The AVX-512 processor is emulated; the others are tested where they run faster.
-    if (emulated() && GetParam().level != Level::avx512) GTEST_SKIP() << "tested natively";
+    if (const char* why = level1_test::left_out(GetParam().level)) GTEST_SKIP() << why;
   }
 };
 

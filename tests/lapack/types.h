@@ -54,12 +54,12 @@ Outcome<Number> factor(const Matrix<Number>& a, const Storage& storage = {}) {
 
 // The types that cut matrices in ways of their own and whose kernels run here.
 inline std::vector<int> cutting_types() {
+  using level1_test::left_out;
   using level1_test::Level;
-  using level1_test::processor_supports;
   std::vector<int> result;
-  if (!emulated()) result = {2};
-  if (processor_supports(Level::avx2)) result.push_back(7);
-  if (processor_supports(Level::avx512)) result.push_back(9);
+  if (left_out(Level::p4) == nullptr) result.push_back(2);
+  if (left_out(Level::avx2) == nullptr) result.push_back(7);
+  if (left_out(Level::avx512) == nullptr) result.push_back(9);
   return result;
 }
 

@@ -64,11 +64,7 @@ Call rotated_for_variant(unsigned index, Data data) {
 class VariantTest : public testing::TestWithParam<Variant> {
  protected:
   void SetUp() override {
-    if (!level1_test::processor_supports(GetParam().level)) {
-      GTEST_SKIP() << GetParam().name << " is not supported by this processor";
-    }
-    // The AVX-512 processor is emulated; the others are tested where they run faster.
-    if (emulated() && GetParam().level != Level::avx512) GTEST_SKIP() << "tested natively";
+    if (const char* why = level1_test::left_out(GetParam().level)) GTEST_SKIP() << why;
     if (GetParam().mode != 0) frame_test::Frame::mode(GetParam().mode);
   }
   void TearDown() override {

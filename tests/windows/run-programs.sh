@@ -34,12 +34,13 @@ ran=0 failed=0
 cd "$scratch/bin"
 while IFS='|' read -r name settings program arguments; do
   status=0
+  started=$SECONDS
   # Settings and arguments are words.
   # shellcheck disable=SC2086
   env $settings timeout -k 5 "$seconds" "$wine" "$program" $arguments \
     </dev/null >"$scratch/output" 2>&1 || status=$?
   ran=$((ran + 1))
-  echo "$name exit $status"
+  echo "$name exit $status ($((SECONDS - started))s)"
   if [ $status -ne 0 ]; then
     failed=$((failed + 1))
     [ $status -ne 124 ] || echo "    ended by the time limit of $seconds s"
