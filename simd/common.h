@@ -103,22 +103,21 @@ template <FloatVector V>
 QSL_INLINE V sign_bit() {
   return V::constant(static_cast<typename V::Element>(-0.0));
 }
-// All other bits. (Taking the sign bit away by ANDNOT would overwrite the constant below AVX, so
-// that every vector costs a copy of it.)
 template <FloatVector V>
-QSL_INLINE V magnitude_bits() {
+QSL_INLINE V absolute(V a) {
+#if defined(__AVX__)
+  return and_not(a, sign_bit<V>());
+#else
+  // ANDNOT would overwrite the constant, so that every vector costs a copy of it.
   using Integers = typename V::Integers;
   using Bits = typename Integers::Element;
-  constexpr Bits lowest = Bits{1} << (8 * sizeof(Bits) - 1);
-  return Integers::constant(~lowest).floats();
+  constexpr Bits sign = Bits{1} << (8 * sizeof(Bits) - 1);
+  return a & Integers::constant(~sign).floats();
+#endif
 }
 template <FloatVector V>
 QSL_INLINE V negate(V a) {
   return a ^ sign_bit<V>();
-}
-template <FloatVector V>
-QSL_INLINE V absolute(V a) {
-  return a & magnitude_bits<V>();
 }
 template <FloatVector V>
 QSL_INLINE V with_sign_of(V a, V b) {

@@ -15,7 +15,10 @@
 namespace qsl::QSL_LEVEL {
 
 // Keeps a loop's counter in its register. The compiler would otherwise replace it by an end address
-// and work out the count after the loop, in registers that 32-bit code does not have.
+// and work out the count after the loop, in registers that 32-bit code does not have. (Nor does it
+// jump on the flags of the subtraction then. Loops that did, by inline assembly, ran no faster at
+// any level: dot product, daxpy, tiles of the matrix product. With one index register for both
+// arrays, daxpy ran at 0.91 to 0.96 of its speed.)
 QSL_INLINE void keep(int& counter) { asm("" : "+r"(counter)); }
 
 // Has a vector in a register at this point of the order of such points. Where loads are what a loop
