@@ -1,29 +1,23 @@
-// ddot, zaxpy and zcopy of unit stride: this library, OpenBLAS, Eigen and the C library's memcpy.
-//
-// Benchmarks are named ROUTINE/LIBRARY/n. The library's processor type is fixed for a process:
-// set QSL_DEBUG_CPU_TYPE and select LIBRARY qsl; report.py does so for every type.
-#include <benchmark/benchmark.h>
-
+// Vector routines of unit stride.
 #include <cstdlib>
 #include <cstring>
-#include <string>
 
-#include "benchmarks/level1_functions.h"
-#include "benchmarks/openblas.h"
-#include "qsl/qsl.h"
+#include "benchmarks/harness.h"
 
 namespace qsl_bench {
 namespace {
 
-constexpr int sizes[] = {1, 4, 16, 64, 128, 1000, 10000, 100000, 1000000};
 constexpr double alpha[2] = {0x1p-40, -0x1p-41};  // repeated updates stay finite
 
-// Arrays on cache lines; y is offset so that equal indices do not lie on equal addresses modulo a
-// page, which would make loads wait for unrelated stores.
+// Arrays on cache lines, `width` doubles an element; y is offset so that equal indices do not lie
+// on equal addresses modulo a page, which would make loads wait for unrelated stores.
+template <int width>
 struct Arrays {
-  explicit Arrays(std::size_t doubles) : bytes(doubles * sizeof(double) + 4096) {
-    x = static_cast<double*>(std::aligned_alloc(4096, (bytes + 4095) / 4096 * 4096));
-    y_base = static_cast<double*>(std::aligned_alloc(4096, (bytes + 4095) / 4096 * 4096));
+  explicit Arrays(const Shape& shape) : Arrays(static_cast<std::size_t>(shape[0]) * width) {}
+  explicit Arrays(std::size_t doubles) {
+    const std::size_t pages = (doubles * sizeof(double) + 4096 + 4095) / 4096;
+    x = static_cast<double*>(std::aligned_alloc(4096, pages * 4096));
+    y_base = static_cast<double*>(std::aligned_alloc(4096, pages * 4096));
     y = y_base + 256;
     for (std::size_t i = 0; i < doubles; i++) {
       x[i] = 1.0 + 1.0 / static_cast<double>(i + 1);
@@ -37,72 +31,56 @@ struct Arrays {
   Arrays(const Arrays&) = delete;
   Arrays& operator=(const Arrays&) = delete;
 
-  std::size_t bytes;
   double* x;
   double* y;
   double* y_base;
 };
 
-void measure_ddot(benchmark::State& state, Level1Functions library, int n) {
-  Arrays arrays(static_cast<std::size_t>(n));
-  for (auto _ : state) benchmark::DoNotOptimize(library.ddot(n, arrays.x, 1, arrays.y, 1));
-}
+using Real = Arrays<1>;
+using Complex = Arrays<2>;
 
-void measure_zaxpy(benchmark::State& state, Level1Functions library, int n) {
-  Arrays arrays(2 * static_cast<std::size_t>(n));
-  for (auto _ : state) {
-    library.zaxpy(n, alpha, arrays.x, 1, arrays.y, 1);
-    benchmark::ClobberMemory();
-  }
-}
-
-void measure_zcopy(benchmark::State& state, Level1Functions library, int n) {
-  Arrays arrays(2 * static_cast<std::size_t>(n));
-  for (auto _ : state) {
-    library.zcopy(n, arrays.x, 1, arrays.y, 1);
-    benchmark::ClobberMemory();
-  }
-}
+using Dot = double(int n, const double* x, int incx, const double* y, int incy);
+using Axpy = void(int n, const void* alpha, const void* x, int incx, void* y, int incy);
+using Copy = void(int n, const void* x, int incx, void* y, int incy);
 
 void copy_by_memcpy(int n, const void* x, int, void* y, int) {
   std::memcpy(y, x, static_cast<std::size_t>(n) * 16);
 }
 
-Level1Functions openblas_level1() {
-  void* library = open_openblas();
-  Level1Functions functions = {};
-  find(library, "cblas_ddot", functions.ddot);
-  find(library, "cblas_zaxpy", functions.zaxpy);
-  find(library, "cblas_zcopy", functions.zcopy);
-  return functions;
-}
-
-void register_library(const std::string& name, Level1Functions library) {
-  const auto add = [&](const char* routine, auto measure, int n) {
-    const std::string full = std::string(routine) + "/" + name + "/" + std::to_string(n);
-    benchmark::RegisterBenchmark(full.c_str(),
-                                 [=](benchmark::State& state) { measure(state, library, n); });
-  };
-  for (const int n : sizes) {
-    if (library.ddot != nullptr) add("ddot", measure_ddot, n);
-    if (library.zaxpy != nullptr) add("zaxpy", measure_zaxpy, n);
-    if (library.zcopy != nullptr) add("zcopy", measure_zcopy, n);
+// Through a pointer, as the libraries.
+void measure_memcpy(benchmark::State& state, const Shape& shape) {
+  Complex v(shape);
+  Copy* copy = copy_by_memcpy;
+  benchmark::DoNotOptimize(copy);
+  for (auto _ : state) {
+    copy(shape[0], v.x, 1, v.y, 1);
+    benchmark::ClobberMemory();
   }
 }
 
 }  // namespace
-}  // namespace qsl_bench
 
-int main(int argc, char** argv) {
-  using namespace qsl_bench;
-  register_library("qsl", {cblas_ddot, cblas_zaxpy, cblas_zcopy});
-  register_library("openblas", openblas_level1());
-  // Eigen's code here needs AVX2 and FMA and would end the program on other processors.
-  if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma")) {
-    register_library("eigen", eigen_level1());
-  }
-  register_library("memcpy", {nullptr, nullptr, copy_by_memcpy});
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
+std::vector<Row> rows() {
+  const auto lengths = sizes({1, 4, 16, 64, 128, 1000, 10000, 100000, 1000000});
+  const auto whole_call = nullptr;
+  return {
+      {"ddot", "cblas_ddot", "cblas_ddot", lengths, whole_call,
+       repeat<Dot, Real>([](auto* dot, const Shape& n, const Real& v) {
+         benchmark::DoNotOptimize(dot(n[0], v.x, 1, v.y, 1));
+       })},
+      {"zaxpy", "cblas_zaxpy", "cblas_zaxpy", lengths, whole_call,
+       repeat<Axpy, Complex>([](auto* axpy, const Shape& n, const Complex& v) {
+         axpy(n[0], alpha, v.x, 1, v.y, 1);
+       })},
+      {"zcopy",
+       "cblas_zcopy",
+       "cblas_zcopy",
+       lengths,
+       whole_call,
+       repeat<Copy, Complex>(
+           [](auto* copy, const Shape& n, const Complex& v) { copy(n[0], v.x, 1, v.y, 1); }),
+       {"memcpy", measure_memcpy}},
+  };
 }
+
+}  // namespace qsl_bench

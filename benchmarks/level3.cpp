@@ -1,64 +1,46 @@
-// Matrix products C := op(A) * op(B), column-major: this library, OpenBLAS, Eigen, and a bound.
-//
-// Benchmarks are named ROUTINE/LIBRARY/n for square matrices, ROUTINE-PAIR/LIBRARY/n where the pair
-// of letters says how A and B are taken, and ROUTINE-skinny/LIBRARY/MxNxK. All libraries meet a
-// shape one after the other. The counter "flops" is the number of operations of an iteration.
+// Matrix products C := op(A) * op(B), column-major. A shape N is that of square matrices, MxNxK
+// says all three sizes; ROUTINE-PAIR says by two letters how A and B are taken.
 //
 // The bound is a loop of fused multiply-adds on registers (bound.cpp): a product in double
-// precision on 256-bit registers is as fast at best, one in single precision twice as fast.
-#include <benchmark/benchmark.h>
-
+// precision on registers of that width is as fast at best, one in single precision twice as fast.
+#include <complex>
 #include <cstddef>
 #include <cstdlib>
 #include <new>
-#include <string>
-#include <vector>
 
-#include "benchmarks/level3_functions.h"
-#include "benchmarks/openblas.h"
-#include "qsl/qsl.h"
+#include "benchmarks/bound.h"
+#include "benchmarks/harness.h"
+#include "qsl/types.h"
 
 namespace qsl_bench {
 namespace {
 
-struct Product {
-  int transa, transb, m, n, k;
-
-  double multiplications() const { return 1.0 * m * n * k; }
+struct Sizes {
+  explicit Sizes(const Shape& shape)
+      : m(shape[0]), n(shape[shape.size() / 2]), k(shape[shape.size() - 1]) {}
+  int m, n, k;
 };
-
-struct Library {
-  std::string name;
-  Level3Functions functions;
-};
-
-constexpr int real_sizes[] = {4, 8, 12, 16, 24, 32, 48, 64, 100, 200, 300, 400, 500, 1000, 2000};
-constexpr int flatness_size = 3000;  // this library only
-constexpr int complex_sizes[] = {8, 32, 100, 200, 400, 1000};
-constexpr int pair_sizes[] = {400, 1000};
-constexpr int complex_pair_size = 400;
-constexpr int small_sizes[] = {2, 4, 8, 16};
-constexpr int long_size = 1000;
 
 // A, B and C in one block, each on a cache line, with a few lines between them so that sizes that
 // are powers of two don't put all three on the same place of a page. The block grows with the
 // shapes and is written when it does, so no page is new to a measured call.
-template <class Real>
+template <class Real, int parts>
 class Operands {
  public:
-  Operands(const Product& p, int parts) {
-    const std::size_t m = static_cast<std::size_t>(p.m), n = static_cast<std::size_t>(p.n);
-    const std::size_t k = static_cast<std::size_t>(p.k), width = static_cast<std::size_t>(parts);
-    const std::size_t a_size = padded(m * k * width), b_size = padded(k * n * width);
-    Real* block = storage(a_size + b_size + padded(m * n * width));
+  explicit Operands(const Shape& shape) : size(shape) {
+    const std::size_t m = size.m, n = size.n, k = size.k;
+    const std::size_t a_size = padded(m * k * parts), b_size = padded(k * n * parts);
+    Real* block = storage(a_size + b_size + padded(m * n * parts));
     a = block;
     b = a + a_size;
     c = b + b_size;
   }
 
+  Sizes size;
   Real* a;
   Real* b;
   Real* c;
+  Real one[2] = {1, 0}, zero[2] = {0, 0};
 
  private:
   static constexpr std::size_t line = 64 / sizeof(Real);
@@ -74,152 +56,95 @@ class Operands {
           static_cast<Real*>(std::aligned_alloc(4096, (count * sizeof(Real) / 4096 + 1) * 4096));
       if (block == nullptr) throw std::bad_alloc();
       capacity = count;
-      unsigned state = 1;
-      for (std::size_t i = 0; i < count; i++) {
-        state = state * 1664525u + 1013904223u;
-        block[i] = static_cast<Real>(static_cast<int>(state)) / static_cast<Real>(2147483648.0);
-      }
+      Random next;
+      for (std::size_t i = 0; i < count; i++) block[i] = static_cast<Real>(next());
     }
     return block;
   }
 };
 
-struct LeadingDimensions {
-  explicit LeadingDimensions(const Product& p)
-      : a(p.transa == CblasNoTrans ? p.m : p.k), b(p.transb == CblasNoTrans ? p.k : p.n), c(p.m) {}
-  int a, b, c;
-};
+using RealProduct = void(int layout, int transa, int transb, int m, int n, int k, double alpha,
+                         const double* a, int lda, const double* b, int ldb, double beta, double* c,
+                         int ldc);
+using ComplexProduct = void(int layout, int transa, int transb, int m, int n, int k,
+                            const void* alpha, const void* a, int lda, const void* b, int ldb,
+                            const void* beta, void* c, int ldc);
 
-void measure_real(benchmark::State& state, RealProduct* product, const Product& p) {
-  const Operands<double> x(p, 1);
-  const LeadingDimensions ld(p);
-  for (auto _ : state) {
-    product(CblasColMajor, p.transa, p.transb, p.m, p.n, p.k, 1.0, x.a, ld.a, x.b, ld.b, 0.0, x.c,
-            ld.c);
-    benchmark::ClobberMemory();
-  }
-  state.counters["flops"] = 2 * p.multiplications();
+template <int transa = CblasNoTrans, int transb = CblasNoTrans>
+Measure real() {
+  using Matrices = Operands<double, 1>;
+  return repeat<RealProduct, Matrices>([](auto* gemm, const Shape&, const Matrices& o) {
+    const auto [m, n, k] = o.size;
+    gemm(CblasColMajor, transa, transb, m, n, k, 1.0, o.a, transa == CblasNoTrans ? m : k, o.b,
+         transb == CblasNoTrans ? k : n, 0.0, o.c, m);
+  });
 }
 
-template <class Real>
-void measure_complex(benchmark::State& state, ComplexProduct* product, const Product& p) {
-  const Operands<Real> x(p, 2);
-  const LeadingDimensions ld(p);
-  const Real one[2] = {1, 0}, zero[2] = {0, 0};
-  for (auto _ : state) {
-    product(CblasColMajor, p.transa, p.transb, p.m, p.n, p.k, one, x.a, ld.a, x.b, ld.b, zero, x.c,
-            ld.c);
-    benchmark::ClobberMemory();
-  }
-  state.counters["flops"] = 8 * p.multiplications();
+template <class Part, int transa = CblasNoTrans>
+Measure complex() {
+  using Matrices = Operands<Part, 2>;
+  return repeat<ComplexProduct, Matrices>([](auto* gemm, const Shape&, const Matrices& o) {
+    const auto [m, n, k] = o.size;
+    gemm(CblasColMajor, transa, CblasNoTrans, m, n, k, o.one, o.a, transa == CblasNoTrans ? m : k,
+         o.b, k, o.zero, o.c, m);
+  });
 }
 
-void measure_bound(benchmark::State& state, double numbers_per_double) {
+double real_operations(const Shape& shape) {
+  const Sizes size(shape);
+  return 2.0 * size.m * size.n * size.k;
+}
+double complex_operations(const Shape& shape) { return 4 * real_operations(shape); }
+
+template <int numbers_per_double>
+void measure_bound(benchmark::State& state, const Shape&) {
   constexpr int passes = 500;
   for (auto _ : state) run_bound(passes);
-  state.counters["flops"] = passes * bound_flops * numbers_per_double;
+  state.counters["flops"] = passes * bound_flops() * numbers_per_double;
 }
 
-template <class Measure, class Function>
-void add(const std::string& routine, const std::string& library, const std::string& shape,
-         Measure measure, Function* function, const Product& product) {
-  if (function == nullptr) return;
-  benchmark::RegisterBenchmark((routine + "/" + library + "/" + shape).c_str(),
-                               [=](benchmark::State& state) { measure(state, function, product); });
+template <int numbers_per_double>
+Yardstick bound() {
+  return {"bound", bound_flops() > 0 ? measure_bound<numbers_per_double> : nullptr};
 }
 
-void add_bound(const char* routine, int n, double numbers_per_double) {
-  if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("fma")) return;
-  benchmark::RegisterBenchmark(
-      (std::string(routine) + "/bound/" + std::to_string(n)).c_str(),
-      [=](benchmark::State& state) { measure_bound(state, numbers_per_double); });
-}
-
-void add_dgemm(const std::vector<Library>& libraries, const char* suffix, const std::string& shape,
-               const Product& product) {
-  for (const Library& library : libraries) {
-    add(std::string("dgemm") + suffix, library.name, shape, measure_real, library.functions.dgemm,
-        product);
-  }
-}
-
-void add_complex(const std::vector<Library>& libraries, const char* suffix, int n, int transa) {
-  const Product product = {transa, CblasNoTrans, n, n, n};
-  for (const Library& library : libraries) {
-    add(std::string("zgemm") + suffix, library.name, std::to_string(n), measure_complex<double>,
-        library.functions.zgemm, product);
-  }
-  for (const Library& library : libraries) {
-    add(std::string("cgemm") + suffix, library.name, std::to_string(n), measure_complex<float>,
-        library.functions.cgemm, product);
-  }
-}
-
-void add_square(const std::vector<Library>& libraries) {
-  for (const int n : real_sizes) {
-    add_bound("dgemm", n, 1);
-    add_dgemm(libraries, "", std::to_string(n), {CblasNoTrans, CblasNoTrans, n, n, n});
-  }
-  add_bound("dgemm", flatness_size, 1);
-  add_dgemm({libraries.front()}, "", std::to_string(flatness_size),
-            {CblasNoTrans, CblasNoTrans, flatness_size, flatness_size, flatness_size});
-  for (const int n : complex_sizes) {
-    add_bound("zgemm", n, 1);
-    add_bound("cgemm", n, 2);
-    add_complex(libraries, "", n, CblasNoTrans);
-  }
-}
-
-void add_pairs(const std::vector<Library>& libraries) {
-  for (const int n : pair_sizes) {
-    const std::string shape = std::to_string(n);
-    add_dgemm(libraries, "-NN", shape, {CblasNoTrans, CblasNoTrans, n, n, n});
-    add_dgemm(libraries, "-NT", shape, {CblasNoTrans, CblasTrans, n, n, n});
-    add_dgemm(libraries, "-TN", shape, {CblasTrans, CblasNoTrans, n, n, n});
-    add_dgemm(libraries, "-TT", shape, {CblasTrans, CblasTrans, n, n, n});
-  }
-  add_complex(libraries, "-NN", complex_pair_size, CblasNoTrans);
-  add_complex(libraries, "-CN", complex_pair_size, CblasConjTrans);
-}
-
-void add_skinny(const std::vector<Library>& libraries) {
-  const auto add_shape = [&](int m, int n, int k) {
-    const std::string shape = std::to_string(m) + "x" + std::to_string(n) + "x" + std::to_string(k);
-    add_dgemm(libraries, "-skinny", shape, {CblasNoTrans, CblasNoTrans, m, n, k});
-  };
-  constexpr int l = long_size;
-  for (const int s : small_sizes) add_shape(s, l, l);
-  for (const int s : small_sizes) add_shape(l, s, l);
-  for (const int s : small_sizes) add_shape(l, l, s);
-  for (const int s : small_sizes) add_shape(l, s, s);
-  for (const int s : small_sizes) add_shape(s, l, s);
-  for (const int s : small_sizes) add_shape(s, s, l);
-}
-
-Level3Functions openblas_level3() {
-  void* library = open_openblas();
-  Level3Functions functions = {};
-  find(library, "cblas_dgemm", functions.dgemm);
-  find(library, "cblas_zgemm", functions.zgemm);
-  find(library, "cblas_cgemm", functions.cgemm);
-  return functions;
+std::vector<Shape> skinny() {
+  std::vector<Shape> shapes;
+  constexpr int l = 1000;
+  const auto small = {2, 4, 8, 16};
+  for (const int s : small) shapes.push_back({s, l, l});
+  for (const int s : small) shapes.push_back({l, s, l});
+  for (const int s : small) shapes.push_back({l, l, s});
+  for (const int s : small) shapes.push_back({l, s, s});
+  for (const int s : small) shapes.push_back({s, l, s});
+  for (const int s : small) shapes.push_back({s, s, l});
+  return shapes;
 }
 
 }  // namespace
-}  // namespace qsl_bench
 
-int main(int argc, char** argv) {
-  using namespace qsl_bench;
-  std::vector<Library> libraries = {{"qsl", {cblas_dgemm, cblas_zgemm, cblas_cgemm}},
-                                    {"openblas", openblas_level3()}};
-  // Eigen's code here needs AVX2 and FMA and would end the program on other processors.
-  if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma")) {
-    libraries.push_back({"eigen", eigen_level3()});
-  }
-  add_square(libraries);
-  add_pairs(libraries);
-  add_skinny(libraries);
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
+std::vector<Row> rows() {
+  const auto squares = sizes({4, 8, 12, 16, 24, 32, 48, 64, 100, 200, 300, 400, 500, 1000, 2000});
+  const auto complex_squares = sizes({8, 32, 100, 200, 400, 1000});
+  const auto pairs = sizes({400, 1000}), complex_pairs = sizes({400});
+  const char *d = "cblas_dgemm", *z = "cblas_zgemm", *c = "cblas_cgemm";
+  constexpr auto n = CblasNoTrans, t = CblasTrans;
+  return {
+      {"dgemm", d, d, squares, real_operations, real(), bound<1>()},
+      // How flat the rate is: this library alone.
+      {"dgemm", d, nullptr, sizes({3000}), real_operations, real(), bound<1>()},
+      {"zgemm", z, z, complex_squares, complex_operations, complex<double>(), bound<1>()},
+      {"cgemm", c, c, complex_squares, complex_operations, complex<float>(), bound<2>()},
+      {"dgemm-NN", d, d, pairs, real_operations, real<n, n>()},
+      {"dgemm-NT", d, d, pairs, real_operations, real<n, t>()},
+      {"dgemm-TN", d, d, pairs, real_operations, real<t, n>()},
+      {"dgemm-TT", d, d, pairs, real_operations, real<t, t>()},
+      {"zgemm-NN", z, z, complex_pairs, complex_operations, complex<double>()},
+      {"cgemm-NN", c, c, complex_pairs, complex_operations, complex<float>()},
+      {"zgemm-CN", z, z, complex_pairs, complex_operations, complex<double, CblasConjTrans>()},
+      {"cgemm-CN", c, c, complex_pairs, complex_operations, complex<float, CblasConjTrans>()},
+      {"dgemm-skinny", d, d, skinny(), real_operations, real()},
+  };
 }
+
+}  // namespace qsl_bench

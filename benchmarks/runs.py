@@ -24,7 +24,8 @@ class Group:
     share: float = 1.0  # of the time of a benchmark
 
 
-# Long calls need fewer rounds: one of them is an average over many interruptions.
+# Long calls need fewer rounds: one of them is an average over many interruptions. A routine that none
+# of these patterns meets is a group of its own.
 GROUPS = [
     Group("vectors", "bench_level1", "/{}/"),
     Group("bands", "bench_band", "^zgbmv-[NTC]/{}/", share=0.5),
@@ -41,6 +42,21 @@ GROUPS = [
     Group("skinny products", "bench_level3", "^dgemm-skinny/{}/", "highest", share=0.5),
     Group("transposed products", "bench_level3", "^[dzc]gemm-[NTC]+/{}/", "highest", every=2),
 ]
+
+
+def groups(build):
+    """The groups above, and one for each routine that is in none of them."""
+    found = list(GROUPS)
+    for program in sorted({group.program for group in GROUPS} |
+                          {path.name for path in (build / "bin").glob("bench_*") if path.suffix == ""}):
+        listed = subprocess.run([str(build / "bin" / program), "--benchmark_list_tests=true"],
+                                stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True, check=True)
+        known = [re.compile(group.pattern.format("[^/]+")) for group in GROUPS if group.program == program]
+        others = [name.split("/")[0] for name in listed.stdout.split()
+                  if not any(pattern.search(name) for pattern in known)]
+        found += [Group(routine, program, f"^{re.escape(routine)}/{{}}/", share=0.5)
+                  for routine in dict.fromkeys(others)]
+    return found
 
 
 def processor():
@@ -85,9 +101,9 @@ def participants(group, types):
 
 def measure(build, types, rounds, min_time, only):
     """{routine: {shape: {participant: [nanoseconds of each round]}}}"""
-    results = {}
+    results, chosen = {}, groups(build)
     for number in range(rounds):
-        for group in GROUPS:
+        for group in chosen:
             if number % group.every != 0 or not re.search(only, group.name):
                 continue
             for kind, pattern, settings in participants(group, types):

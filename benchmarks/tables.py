@@ -3,12 +3,16 @@
 import re
 import statistics
 
+from results import OWN
 from runs import LEVELS
 
 PEERS = ["openblas", "eigen"]
 NAMES = {"openblas": "OpenBLAS", "eigen": "Eigen"}
 BAND_PRODUCTS = ["zgbmv-N", "zgbmv-T", "zgbmv-C"]
 SMALL = range(4, 65)  # the sizes of the geometric mean
+# Routines whose figures stand in tables of their own making; all others get a plain one.
+TABLED = re.compile(r"ddot|zaxpy|zcopy|allocate|[dzc]gemm(-\w+)?|zgbmv-[NTC]|zgbsv|dgetrf|"
+                    r"[dz]gesv(-rows)?")
 
 
 def cell(value):
@@ -137,6 +141,15 @@ def systems(results):
                     ["/ the better peer", "row-major time / column-major"], rows)
 
 
+def plain(results, routine):
+    """Ratios to everything that was measured beside this library."""
+    ours = results.highest(routine)
+    peers = [name for name in results.participants(routine) if name not in OWN]
+    rows = [[shape] + [results.ratio(routine, shape, ours, peer) for peer in peers]
+            for shape in results.shapes(routine)]
+    return markdown(["size"] + [f"/ {NAMES.get(peer, peer)}" for peer in peers], rows)
+
+
 def tables(results):
     """{name: Markdown} of those that have rows."""
     made = {
@@ -158,4 +171,6 @@ def tables(results):
         "systems": systems(results),
         "complex, lower levels": lower_types(results, ["zgemm", "cgemm"]),
     }
+    made.update((routine, plain(results, routine)) for routine in results.nanoseconds
+                if not TABLED.fullmatch(routine))
     return {name: text for name, text in made.items() if text}

@@ -5,6 +5,9 @@
 # written once are included by the source file of each level and land in that namespace.
 
 set(QSL_LEVELS p4 p4m p4m3 avx avx2 avx512 cnr)
+# Those with a body of every routine. The reproducible level has bodies only of the routines whose bits
+# depend on the alignment at level p4.
+set(QSL_FULL_LEVELS p4 p4m p4m3 avx avx2 avx512)
 
 set(QSL_LEVEL_FLAGS_p4 -msse2)
 set(QSL_LEVEL_FLAGS_p4m -mssse3)
@@ -93,4 +96,21 @@ function(qsl_add_kernels level)
     set_target_properties(qsl_kernels_${level} PROPERTIES POSITION_INDEPENDENT_CODE ON)
   endif()
   target_sources(qsl_kernels_${level} PRIVATE ${ARGN})
+endfunction()
+
+# qsl_add_level_sources(<folder>): <folder>/<level>.cpp for every level that has one: the numbers, and
+# where it pays the code, of that level.
+function(qsl_add_level_sources folder)
+  foreach(level IN LISTS QSL_LEVELS)
+    if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/${level}.cpp)
+      qsl_add_kernels(${level} ${folder}/${level}.cpp)
+    endif()
+  endforeach()
+endfunction()
+
+# qsl_add_instances(<source>...): sources that are the same for all levels, compiled once for each.
+function(qsl_add_instances)
+  foreach(level IN LISTS QSL_FULL_LEVELS)
+    qsl_add_kernels(${level} ${ARGN})
+  endforeach()
 endfunction()

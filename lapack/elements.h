@@ -6,6 +6,7 @@
 #include "blas/level3/routines.h"
 #include "lapack/routines.h"
 #include "lapack/solvers.h"
+#include "runtime/arguments.h"
 
 namespace qsl::lapack {
 
@@ -47,8 +48,8 @@ struct Complex {
   static constexpr char laswp_name[] = "ZLASWP";
 };
 
+
 inline int least(int a, int b) { return a < b ? a : b; }
-inline int at_least_one(int size) { return size > 1 ? size : 1; }
 
 // Element (i, j), counted from 0; addresses wrap as everywhere.
 template <class Element>

@@ -2,25 +2,24 @@
 #include "include/qsl/lapack.h"
 #include "lapack/solvers.h"
 #include "lapack/tuning.h"
-#include "lapack/wrapper.h"
+#include "runtime/verbose/wrapper.h"
 
 namespace qsl::lapack {
-
-static VerboseGate dgetrf_gate;
 
 struct GetrfCall {
   int m, n;
   double* a;
   int lda;
   int* ipiv;
+  Info info;
 
-  int run() const {
-    int info = 0;
-    if (qsl_dgetrf_checks(&m, &n, &lda, &info) == 0) qsl_dgetrf(&m, &n, a, &lda, ipiv, &info);
-    return info;
+  void run() const {
+    int status = 0;
+    if (qsl_dgetrf_checks(&m, &n, &lda, &status) == 0) qsl_dgetrf(&m, &n, a, &lda, ipiv, &status);
+    info.set(status);
   }
-  void print(VerboseCall& timed, int info) const {
-    timed.print("DGETRF(%d,%d,%p,%d,%p,%d)", m, n, address(a), lda, address(ipiv), info);
+  void print(VerboseCall& timed) const {
+    timed.print("DGETRF(%d,%d,%p,%d,%p,%d)", m, n, a, lda, ipiv, info.value());
   }
 };
 
@@ -30,7 +29,7 @@ extern "C" void DGETRF(const int* m, const int* n, double* a, const int* lda, in
                        int* info) {
   using qsl::value_or_zero;
   qsl_progress_set_default(qsl_progress_continue);
-  const qsl::lapack::GetrfCall call = {value_or_zero(m), value_or_zero(n), a, value_or_zero(lda),
-                                       ipiv};
-  qsl::lapack::wrapped(&qsl::lapack::dgetrf_gate, call, info);
+  const qsl::lapack::GetrfCall call = {
+      value_or_zero(m), value_or_zero(n), a, value_or_zero(lda), ipiv, qsl::Info(info)};
+  qsl::wrapped_with_reports(&call);
 }

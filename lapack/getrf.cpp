@@ -163,7 +163,7 @@ int qsl_dgetrf_checks(const int* m, const int* n, const int* lda, int* info) {
     bad = 1;
   } else if (*n < 0) {
     bad = 2;
-  } else if (*lda < qsl::lapack::at_least_one(*m)) {
+  } else if (*lda < qsl::at_least_one(*m)) {
     bad = 4;
   }
   *info = -bad;

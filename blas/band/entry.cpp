@@ -1,5 +1,4 @@
-// The exported product of a band matrix and a vector, and the wrapper with verbose timing behind
-// it.
+// The exported product of a band matrix and a vector.
 //
 // A row-major array is the band storage of the transposed matrix: sizes and widths change places,
 // and a plain product becomes a transposed one. What the conjugate transpose becomes is the plain
@@ -12,11 +11,11 @@
 #include <cstdint>
 
 #include "blas/band/routines.h"
-#include "blas/checks.h"
-#include "blas/factor.h"
 #include "blas/level1/routines.h"
 #include "blas/selectors.h"
+#include "elements/number_bits.h"
 #include "include/qsl/blas.h"
+#include "runtime/arguments.h"
 #include "runtime/memory/memory.h"
 #include "runtime/verbose/wrapper.h"
 
@@ -24,6 +23,11 @@ namespace qsl::blas {
 
 static constexpr char gbmv_name[] = "ZGBMV ";
 static constexpr char c_gbmv_name[] = "cblas_zgbmv";
+
+// lda <= kl + ku, for widths that are not negative; their sum may be too large for an int.
+static bool too_few_rows(int lda, int kl, int ku) {
+  return lda < 0 || static_cast<unsigned>(lda) <= static_cast<unsigned>(kl) + ku;
+}
 
 struct GbmvCall {
   char trans;
@@ -36,50 +40,32 @@ struct GbmvCall {
   const complex_double* beta;
   complex_double* y;
   int incy;
+
+  int bad_argument() const {
+    if (!is_transpose_option(trans)) return 1;
+    if (m < 0) return 2;
+    if (n < 0) return 3;
+    if (kl < 0) return 4;
+    if (ku < 0) return 5;
+    if (too_few_rows(lda, kl, ku)) return 8;
+    if (incx == 0) return 10;
+    if (incy == 0) return 13;
+    return 0;
+  }
+  // A call that is turned down has its line, too.
+  void run() const {
+    const int bad = bad_argument();
+    if (bad != 0) return qsl_xerbla(gbmv_name, &bad, 6);
+    qsl_dispatch_zgbmv(decode_transpose(trans), m, n, kl, ku, alpha, a, lda, x, incx, beta, y,
+                       incy);
+  }
+  void print(VerboseCall& timed) const {
+    timed.print("ZGBMV(%c,%d,%d,%d,%d,%p,%p,%d,%p,%d,%p,%p,%d)", trans, m, n, kl, ku, alpha, a, lda,
+                x, incx, beta, y, incy);
+  }
 };
 
-// lda <= kl + ku, for widths that are not negative; their sum may be too large for an int.
-static bool too_few_rows(int lda, int kl, int ku) {
-  return lda < 0 || static_cast<unsigned>(lda) <= static_cast<unsigned>(kl) + ku;
-}
-
-static int bad_argument(const GbmvCall& g) {
-  if (!is_transpose_option(g.trans)) return 1;
-  if (g.m < 0) return 2;
-  if (g.n < 0) return 3;
-  if (g.kl < 0) return 4;
-  if (g.ku < 0) return 5;
-  if (too_few_rows(g.lda, g.kl, g.ku)) return 8;
-  if (g.incx == 0) return 10;
-  if (g.incy == 0) return 13;
-  return 0;
-}
-
-static void checked_gbmv(const GbmvCall& g) {
-  const int info = bad_argument(g);
-  if (info != 0) return qsl_xerbla(gbmv_name, &info, 6);
-  qsl_dispatch_zgbmv(decode_transpose(g.trans), g.m, g.n, g.kl, g.ku, g.alpha, g.a, g.lda, g.x,
-                     g.incx, g.beta, g.y, g.incy);
-}
-
-static VerboseGate gbmv_gate;
-
-static const void* address(const void* p) { return p; }
-
-// A call that is turned down has its line, too.
-[[gnu::noinline, gnu::cold]] static void verbose_gbmv(const GbmvCall& g) {
-  VerboseCall timed(&gbmv_gate);
-  checked_gbmv(g);
-  timed.print("ZGBMV(%c,%d,%d,%d,%d,%p,%p,%d,%p,%d,%p,%p,%d)", g.trans, g.m, g.n, g.kl, g.ku,
-              address(g.alpha), address(g.a), g.lda, address(g.x), g.incx, address(g.beta),
-              address(g.y), g.incy);
-}
-
-static void gbmv(const GbmvCall& g) {
-  install_reporter();
-  if (!gbmv_gate.is_off()) return verbose_gbmv(g);
-  checked_gbmv(g);
-}
+static void gbmv(const GbmvCall& call) { wrapped_with_reports(&call); }
 
 // The arguments that both storage orders check alike, after the options.
 static int bad_c_argument(const GbmvCall& g) {
@@ -186,9 +172,9 @@ void ZGBMV(const char* trans, const int* m, const int* n, const int* kl, const i
            const complex_double* alpha, const complex_double* a, const int* lda,
            const complex_double* x, const int* incx, const complex_double* beta, complex_double* y,
            const int* incy) {
-  qsl::blas::gbmv({trans != nullptr ? *trans : '\0', value_or_zero(m), value_or_zero(n),
-                   value_or_zero(kl), value_or_zero(ku), alpha, a, value_or_zero(lda), x,
-                   value_or_zero(incx), beta, y, value_or_zero(incy)});
+  qsl::blas::gbmv({value_or_zero(trans), value_or_zero(m), value_or_zero(n), value_or_zero(kl),
+                   value_or_zero(ku), alpha, a, value_or_zero(lda), x, value_or_zero(incx), beta, y,
+                   value_or_zero(incy)});
 }
 
 void cblas_zgbmv(int layout, int trans, int m, int n, int kl, int ku, const void* alpha,

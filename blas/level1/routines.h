@@ -10,6 +10,8 @@
 
 // Sum of x[i] * y[i].
 QSL_DECLARE_VARIANTS(double, ddot, (int n, const double* x, int incx, const double* y, int incy));
+QSL_DECLARE_REPRODUCIBLE(double, ddot,
+                         (int n, const double* x, int incx, const double* y, int incy));
 
 // y := a * x + y.
 QSL_DECLARE_VARIANTS(void, daxpy,
@@ -17,6 +19,9 @@ QSL_DECLARE_VARIANTS(void, daxpy,
 QSL_DECLARE_VARIANTS(void, zaxpy,
                      (int n, const complex_double* a, const complex_double* x, int incx,
                       complex_double* y, int incy));
+QSL_DECLARE_REPRODUCIBLE(void, zaxpy,
+                         (int n, const complex_double* a, const complex_double* x, int incx,
+                          complex_double* y, int incy));
 
 // y := x.
 QSL_DECLARE_VARIANTS(void, dcopy, (int n, const double* x, int incx, double* y, int incy));

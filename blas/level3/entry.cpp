@@ -1,12 +1,11 @@
-// The exported matrix products: argument checks and the wrappers with verbose timing around the
-// interface functions.
+// The exported matrix products and their argument checks.
 //
 // The row-major product is the column-major product of the transposed problem: operands, options
 // and sizes change places, the bits of the result are the same.
-#include "blas/checks.h"
 #include "blas/level3/gemm_interface.h"
 #include "blas/selectors.h"
 #include "include/qsl/blas.h"
+#include "runtime/arguments.h"
 #include "runtime/verbose/wrapper.h"
 
 namespace qsl::blas {
@@ -14,25 +13,20 @@ namespace qsl::blas {
 struct Dgemm : Double {
   static constexpr char name[] = "DGEMM ";
   static constexpr char c_name[] = "cblas_dgemm";
-  static constexpr char format[] = "DGEMM(%c,%c,%d,%d,%d,%p,%p,%d,%p,%d,%p,%p,%d)";
-  static inline VerboseGate gate;
+  static constexpr char line[] = "DGEMM(%c,%c,%d,%d,%d,%p,%p,%d,%p,%d,%p,%p,%d)";
 };
 
 struct Cgemm : ComplexFloat {
   static constexpr char name[] = "CGEMM ";
   static constexpr char c_name[] = "cblas_cgemm";
-  static constexpr char format[] = "CGEMM(%c,%c,%d,%d,%d,%p,%p,%d,%p,%d,%p,%p,%d)";
-  static inline VerboseGate gate;
+  static constexpr char line[] = "CGEMM(%c,%c,%d,%d,%d,%p,%p,%d,%p,%d,%p,%p,%d)";
 };
 
 struct Zgemm : ComplexDouble {
   static constexpr char name[] = "ZGEMM ";
   static constexpr char c_name[] = "cblas_zgemm";
-  static constexpr char format[] = "ZGEMM(%c,%c,%d,%d,%d,%p,%p,%d,%p,%d,%p,%p,%d)";
-  static inline VerboseGate gate;
+  static constexpr char line[] = "ZGEMM(%c,%c,%d,%d,%d,%p,%p,%d,%p,%d,%p,%p,%d)";
 };
-
-static int at_least_one(int size) { return size > 1 ? size : 1; }
 
 // The position of the first bad argument; 0 when all are good.
 static int bad_argument(char transa, char transb, int m, int n, int k, int lda, int ldb, int ldc) {
@@ -47,48 +41,48 @@ static int bad_argument(char transa, char transb, int m, int n, int k, int lda, 
   return 0;
 }
 
-// A call as the wrapper sees it.
-template <class Element>
-struct GemmCall {
-  char transa, transb;
-  GemmArguments<Element> arguments;
+template <class Type>
+static void print_gemm(VerboseCall& timed, char transa, char transb,
+                       const GemmArguments<typename Type::Element>& g) {
+  timed.print(Type::line, transa, transb, g.m, g.n, g.k, g.alpha, g.a, g.lda, g.b, g.ldb, g.beta,
+              g.c, g.ldc);
+}
+
+// The C-style call, which has been checked.
+template <class Type>
+struct CGemmCall {
+  GemmArguments<typename Type::Element> arguments;
+
+  [[gnu::always_inline]] void run() const { gemm_interface<Type>(arguments); }
+  void print(VerboseCall& timed) const {
+    print_gemm<Type>(timed, "NTC"[arguments.transa], "NTC"[arguments.transb], arguments);
+  }
 };
 
-template <class Routine>
-static void checked_gemm(GemmCall<typename Routine::Element>& call) {
-  auto& g = call.arguments;
-  const int info = bad_argument(call.transa, call.transb, g.m, g.n, g.k, g.lda, g.ldb, g.ldc);
-  if (info != 0) return qsl_xerbla(Routine::name, &info, 6);
-  g.transa = decode_transpose(call.transa);
-  g.transb = decode_transpose(call.transb);
-  gemm_interface<Routine>(g);
-}
+// The Fortran-style call, with its options as they are given. A call that is turned down has its
+// line, too.
+template <class Type>
+struct GemmCall {
+  char transa, transb;
+  GemmArguments<typename Type::Element> arguments;
 
-static const void* address(const void* p) { return p; }
-
-// A call that is turned down has its line, too.
-template <class Routine>
-[[gnu::noinline, gnu::cold]] static void verbose_gemm(GemmCall<typename Routine::Element>& call) {
-  VerboseCall timed(&Routine::gate);
-  checked_gemm<Routine>(call);
-  const auto& g = call.arguments;
-  timed.print(Routine::format, call.transa, call.transb, g.m, g.n, g.k, address(g.alpha),
-              address(g.a), g.lda, address(g.b), g.ldb, address(g.beta), address(g.c), g.ldc);
-}
-
-template <class Routine>
-static void gemm_wrapper(GemmCall<typename Routine::Element>& call) {
-  install_reporter();
-  if (!Routine::gate.is_off()) return verbose_gemm<Routine>(call);
-  checked_gemm<Routine>(call);
-}
+  [[gnu::always_inline]] void run() {
+    auto& g = arguments;
+    const int info = bad_argument(transa, transb, g.m, g.n, g.k, g.lda, g.ldb, g.ldc);
+    if (info != 0) return qsl_xerbla(Type::name, &info, 6);
+    g.transa = decode_transpose(transa);
+    g.transb = decode_transpose(transb);
+    gemm_interface<Type>(g);
+  }
+  void print(VerboseCall& timed) const { print_gemm<Type>(timed, transa, transb, arguments); }
+};
 
 // The first dimension of a stored operand: rows of a column-major one, columns of a row-major one.
 static int first_dimension(bool column_major, int selector, int rows, int columns) {
   return column_major == (selector == CblasNoTrans) ? rows : columns;
 }
 
-// The layout is looked at after the sizes.
+// The layout is looked at after the sizes (required as it stands).
 static int bad_c_argument(int layout, int transa, int transb, int m, int n, int k, int lda, int ldb,
                           int ldc) {
   if (!is_transpose_selector(transa)) return 2;
@@ -104,37 +98,23 @@ static int bad_c_argument(int layout, int transa, int transb, int m, int n, int 
   return 0;
 }
 
-// A call that passes these checks passes those of the wrapper, too: without verbose mode it goes
-// straight to the interface function.
-template <class Routine, class Element = typename Routine::Element>
+// A call that passes these checks would pass those of the Fortran-style routine, too.
+template <class Type, class Element = typename Type::Element>
 [[gnu::always_inline]] inline void c_gemm(int layout, int transa, int transb, int m, int n, int k,
                                           const void* alpha, const void* a, int lda, const void* b,
                                           int ldb, const void* beta, void* c, int ldc) {
   const int info = bad_c_argument(layout, transa, transb, m, n, k, lda, ldb, ldc);
-  if (info != 0) return qsl_cblas_report(Routine::c_name, info);
+  if (info != 0) return qsl_cblas_report(Type::c_name, info);
   const bool row_major = layout == CblasRowMajor;
   const auto* left = static_cast<const Element*>(row_major ? b : a);
   const auto* right = static_cast<const Element*>(row_major ? a : b);
   const int option_left = row_major ? transb : transa;
   const int option_right = row_major ? transa : transb;
-  const GemmArguments<Element> arguments = {option_left - CblasNoTrans,
-                                            option_right - CblasNoTrans,
-                                            row_major ? n : m,
-                                            row_major ? m : n,
-                                            k,
-                                            static_cast<const Element*>(alpha),
-                                            left,
-                                            row_major ? ldb : lda,
-                                            right,
-                                            row_major ? lda : ldb,
-                                            static_cast<const Element*>(beta),
-                                            static_cast<Element*>(c),
-                                            ldc};
-  install_reporter();
-  if (Routine::gate.is_off()) return gemm_interface<Routine>(arguments);
-  GemmCall<Element> call = {*qsl_cblas_trans_char[option_left], *qsl_cblas_trans_char[option_right],
-                            arguments};
-  verbose_gemm<Routine>(call);
+  const CGemmCall<Type> call = {
+      {option_left - CblasNoTrans, option_right - CblasNoTrans, row_major ? n : m,
+       row_major ? m : n, k, static_cast<const Element*>(alpha), left, row_major ? ldb : lda, right,
+       row_major ? lda : ldb, static_cast<const Element*>(beta), static_cast<Element*>(c), ldc}};
+  wrapped_with_reports(&call);
 }
 
 }  // namespace qsl::blas
@@ -146,12 +126,12 @@ using qsl::value_or_zero;
 void DGEMM(const char* transa, const char* transb, const int* m, const int* n, const int* k,
            const double* alpha, const double* a, const int* lda, const double* b, const int* ldb,
            const double* beta, double* c, const int* ldc) {
-  qsl::blas::GemmCall<double> call = {
-      transa != nullptr ? *transa : '\0',
-      transb != nullptr ? *transb : '\0',
+  qsl::blas::GemmCall<qsl::blas::Dgemm> call = {
+      value_or_zero(transa),
+      value_or_zero(transb),
       {0, 0, value_or_zero(m), value_or_zero(n), value_or_zero(k), alpha, a, value_or_zero(lda), b,
        value_or_zero(ldb), beta, c, value_or_zero(ldc)}};
-  qsl::blas::gemm_wrapper<qsl::blas::Dgemm>(call);
+  qsl::wrapped_with_reports(&call);
 }
 
 void cblas_dgemm(int layout, int transa, int transb, int m, int n, int k, double alpha,

@@ -5,11 +5,11 @@
 // signalling NaNs.
 #pragma once
 
-#include "blas/checks.h"
-#include "blas/factor.h"
 #include "blas/level1/routines.h"
 #include "blas/level2/routines.h"
 #include "blas/level3/routines.h"
+#include "elements/number_bits.h"
+#include "runtime/arguments.h"
 #include "runtime/memory/memory.h"
 
 namespace qsl::blas {

@@ -2,12 +2,10 @@
 #include "lapack/band/blocking.h"
 #include "lapack/band/routines.h"
 #include "lapack/elements.h"
-#include "lapack/wrapper.h"
 #include "runtime/memory/memory.h"
+#include "runtime/verbose/wrapper.h"
 
 namespace qsl::lapack {
-
-static VerboseGate gbsv_gate;
 
 struct GbsvCall {
   int n, kl, ku, nrhs;
@@ -16,6 +14,7 @@ struct GbsvCall {
   int* ipiv;
   complex_double* b;
   int ldb;
+  Info info;
 
   int bad_argument() const {
     if (n < 0) return 1;
@@ -33,27 +32,28 @@ struct GbsvCall {
     if (bytes != 0 && bytes < 0x80000000u) {
       work = qsl_mm_allocate(static_cast<std::size_t>(bytes), 128);
     }
-    const int info =
+    const int status =
         qsl_dispatch_zgbtrf(n, kl, ku, ab, ldab, ipiv, static_cast<complex_double*>(work));
     if (work != nullptr) qsl_mm_deallocate(work);
-    return info;
+    return status;
   }
-  int run() const {
+  int solve() const {
     const int bad = bad_argument();
     if (bad != 0) {
       qsl_xerbla("ZGBSV ", &bad, 6);
       return -bad;
     }
     if (n == 0) return 0;
-    const int info = factor();
-    if (info == 0 && nrhs > 0) {
+    const int status = factor();
+    if (status == 0 && nrhs > 0) {
       qsl_dispatch_zgbtrs(n, kl, ku, nrhs, ab, ldab, ipiv, b, ldb);
     }
-    return info;
+    return status;
   }
-  void print(VerboseCall& timed, int info) const {
-    timed.print("ZGBSV(%d,%d,%d,%d,%p,%d,%p,%p,%d,%d)", n, kl, ku, nrhs, address(ab), ldab,
-                address(ipiv), address(b), ldb, info);
+  void run() const { info.set(solve()); }
+  void print(VerboseCall& timed) const {
+    timed.print("ZGBSV(%d,%d,%d,%d,%p,%d,%p,%p,%d,%d)", n, kl, ku, nrhs, ab, ldab, ipiv, b, ldb,
+                info.value());
   }
 };
 
@@ -73,7 +73,8 @@ void ZGBSV(const int* n, const int* kl, const int* ku, const int* nrhs, complex_
                                       value_or_zero(ldab),
                                       ipiv,
                                       b,
-                                      value_or_zero(ldb)};
-  qsl::lapack::wrapped(&qsl::lapack::gbsv_gate, call, info);
+                                      value_or_zero(ldb),
+                                      qsl::Info(info)};
+  qsl::wrapped_with_reports(&call);
 }
 }

@@ -1,5 +1,5 @@
 // What the search for NaN looks at, and whether it is wanted.
-#include "blas/factor.h"
+#include "elements/number_bits.h"
 #include "lapack/c_interface/c_interface.h"
 #include "lapack/routines.h"
 #include "runtime/dispatch/environment.h"
@@ -28,7 +28,7 @@ int least(int a, int b) { return a < b ? a : b; }
 
 // By its bits, as everything about floating-point values here.
 bool is_nan(const double* x) {
-  const auto* bits = reinterpret_cast<const qsl::blas::DoubleBits*>(x);
+  const auto* bits = reinterpret_cast<const qsl::DoubleBits*>(x);
   return ((bits->high << 1) | (bits->low != 0 ? 1u : 0u)) > 0xffe00000u;
 }
 

@@ -1,5 +1,5 @@
 // Copies between the storage orders, and the room for them.
-#include "blas/factor.h"
+#include "elements/number_bits.h"
 #include "lapack/c_interface/c_interface.h"
 #include "lapack/elements.h"
 #include "runtime/memory/memory.h"

@@ -6,7 +6,7 @@
 // column's decide.
 #pragma once
 
-#include "blas/level2/kernels/elements.h"
+#include "elements/in_registers.h"
 
 namespace qsl::QSL_LEVEL {
 
@@ -34,14 +34,14 @@ QSL_INLINE int good_exchanges(const RowExchanges& e, int lda) {
 
 template <class Elements, int columns, bool prefetch>
 [[gnu::noinline]] void exchange_in_columns(const RowExchanges& e, int count, double* a, int lda) {
-  constexpr int unit = Elements::unit;
-  const int ld = lda * unit;
-  double* row = a + e.row * unit;
-  const int advance = e.direction * unit;
+  constexpr int parts = Elements::parts;
+  const int ld = lda * parts;
+  double* row = a + e.row * parts;
+  const int advance = e.direction * parts;
   const int* pivot = e.pivot;
   for (; count > 0; count--) {
     keep(count);
-    double* other = a + (*pivot - 1) * unit;
+    double* other = a + (*pivot - 1) * parts;
     unroll<columns>([&](auto c) QSL_INLINE_LAMBDA {
       if constexpr (prefetch) __builtin_prefetch(other + (columns + c.value) * ld, 1);
       const auto x = Elements::load_one(row + c.value * ld);
@@ -68,18 +68,18 @@ QSL_INLINE int exchange_rows_of(int n, double* a, int lda, const RowExchanges& e
   // the speed; 0.7 where they are there anyway).
   constexpr unsigned cached_bytes = 512 * 1024;
   const bool ahead =
-      static_cast<unsigned>(n) * static_cast<unsigned>(lda) > cached_bytes / (8 * Elements::unit);
+      static_cast<unsigned>(n) * static_cast<unsigned>(lda) > cached_bytes / (8 * Elements::parts);
   for (; n >= together; n -= together) {
     if (ahead) {
       exchange_in_columns<Elements, together, true>(e, e.count, a, lda);
     } else {
       exchange_in_columns<Elements, together, false>(e, e.count, a, lda);
     }
-    a += together * lda * Elements::unit;
+    a += together * lda * Elements::parts;
   }
   for (; n > 0; n--) {
     exchange_in_columns<Elements, 1, false>(e, e.count, a, lda);
-    a += lda * Elements::unit;
+    a += lda * Elements::parts;
   }
   return 0;
 }

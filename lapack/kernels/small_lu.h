@@ -2,10 +2,10 @@
 // once. Straight-line code for the square ones of order 1 to 7, a loop for all others up to 16.
 #pragma once
 
-#include "blas/level3/kernels/division.h"
-#include "blas/level3/kernels/small_matrix.h"
-#include "lapack/kernels/magnitude.h"
-#include "lapack/kernels/pivot_column.h"
+#include "elements/division.h"
+#include "elements/magnitude.h"
+#include "lapack/kernels/divide_column.h"
+#include "lapack/kernels/steps.h"
 
 namespace qsl::QSL_LEVEL {
 
@@ -58,7 +58,7 @@ template <class Elements, class Step, int held>
 QSL_INLINE Pivot<Elements> find_pivot(const Step& step, const Column<Elements, held>& column) {
   using Vector = typename Elements::Vector;
   constexpr int lanes = Vector::lanes;
-  constexpr int first_lane = Step::place * Elements::unit;
+  constexpr int first_lane = Step::place * Elements::parts;
   const auto magnitudes_of = [&](int i)
                                  QSL_INLINE_LAMBDA { return magnitudes<Elements>(column.get(i)); };
   const Vector all = magnitudes_of(step.own());
@@ -76,21 +76,21 @@ QSL_INLINE Pivot<Elements> find_pivot(const Step& step, const Column<Elements, h
     shift += lanes;
   });
   if (equal == 0) return {step.k(), candidate};
-  return {step.own() * rows_of_register<Elements> + __builtin_ctz(equal) / Elements::unit, best};
+  return {step.own() * rows_of_register<Elements> + __builtin_ctz(equal) / Elements::parts, best};
 }
 
 // All ones in the lanes of one row of a column, as a window on a table.
-template <int unit>
+template <int parts>
 struct RowMasks {
   static constexpr int rows = 16;
-  long long ones[2 * rows * unit];
+  long long ones[2 * rows * parts];
 
   constexpr RowMasks() : ones{} {
-    for (int part = 0; part < unit; part++) ones[rows * unit + part] = -1;
+    for (int part = 0; part < parts; part++) ones[rows * parts + part] = -1;
   }
 };
-template <int unit>
-inline constexpr RowMasks<unit> row_masks;
+template <int parts>
+inline constexpr RowMasks<parts> row_masks;
 
 // The exchange of row k with the pivot's row, in registers: storing single elements and loading
 // whole registers over them would stall each step.
@@ -100,14 +100,14 @@ class Exchange {
 
  public:
   QSL_INLINE explicit Exchange(int row)
-      : row_(row * Elements::unit),
-        masks_(reinterpret_cast<const double*>(row_masks<Elements::unit>.ones) +
-               RowMasks<Elements::unit>::rows * Elements::unit - row_) {}
+      : row_(row * Elements::parts),
+        masks_(reinterpret_cast<const double*>(row_masks<Elements::parts>.ones) +
+               RowMasks<Elements::parts>::rows * Elements::parts - row_) {}
 
   // Register i of a column, with `kept` in the pivot's row.
   template <int held>
   QSL_INLINE Vector exchanged(int i, const Column<Elements, held>& column, Vector kept) const {
-    return select(Vector::load(masks_ + i * Vector::lanes), kept, column.get(i));
+    return select_by_lanes(Vector::load(masks_ + i * Vector::lanes), kept, column.get(i));
   }
   template <int held>
   QSL_INLINE const double* element(const Column<Elements, held>& column) const {
@@ -122,7 +122,7 @@ class Exchange {
 template <class Elements>
 QSL_INLINE auto in_all_rows(const double* element) {
   using Vector = typename Elements::Vector;
-  if constexpr (Elements::unit == 1) {
+  if constexpr (Elements::parts == 1) {
     return Vector::broadcast_from(element);
   } else {
     return Vector::broadcast_pair(element);
@@ -136,9 +136,9 @@ QSL_INLINE void replace_rows(const Step& step, const Exchange<Elements>& exchang
                              Column<Elements, held>& column, const Below& below) {
   using Vector = typename Elements::Vector;
   constexpr int lanes = Vector::lanes;
-  constexpr int first = Step::place * Elements::unit;
-  constexpr int after = first + Elements::unit;
-  const Vector kept = in_all_rows<Elements>(column.elements() + step.k() * Elements::unit);
+  constexpr int first = Step::place * Elements::parts;
+  constexpr int after = first + Elements::parts;
+  const Vector kept = in_all_rows<Elements>(column.elements() + step.k() * Elements::parts);
   const Vector taken = in_all_rows<Elements>(exchange.element(column));
   Vector result = from_lane<first>(taken, column.get(step.own()));
   if constexpr (after < lanes) {
@@ -163,7 +163,7 @@ QSL_INLINE void divide_below(const Step& step, const Exchange<Elements>& exchang
     replace_rows<Elements>(step, exchange, column,
                            [&](int, Vector x) QSL_INLINE_LAMBDA { return quotient(x); });
   };
-  if constexpr (Elements::unit == 1) {
+  if constexpr (Elements::parts == 1) {
     const Vector divisor = Vector::broadcast_from(element);
     if (f64{narrow(pivot.magnitude).v} > safe) {
       const f64 reciprocal = f64{_mm_set_sd(1.0)} / f64{narrow(pivot.magnitude).v};
@@ -175,7 +175,7 @@ QSL_INLINE void divide_below(const Step& step, const Exchange<Elements>& exchang
   } else {
     double diagonal[2];
     double divisor[1];
-    set_division(element, diagonal, divisor, DoubleComplex{});
+    set_quotient<Elements>(element, diagonal, divisor);
     const auto by = Elements::template FactorIn<Vector>::read(diagonal);
     if (modulus<Elements>(element) > safe) {
       const Vector reciprocal = Vector::broadcast(f64{_mm_set_sd(1.0)} / f64::load(divisor));
@@ -192,11 +192,11 @@ template <class Elements, int stride, int held, class Step>
 QSL_INLINE void lu_step(const Step& step, double* at, int* ipiv, int& first_zero,
                         Column<Elements, held>& column) {
   using Vector = typename Elements::Vector;
-  constexpr int unit = Elements::unit;
+  constexpr int parts = Elements::parts;
   const int k = step.k();
   const Pivot<Elements> pivot = find_pivot<Elements>(step, column);
   ipiv[k] = pivot.row + 1;
-  const bool zero = is_zero_element<Elements>(column.elements() + pivot.row * unit);
+  const bool zero = is_zero<Elements>(column.elements() + pivot.row * parts);
   if (zero && first_zero == 0) first_zero = k + 1;
   if (step.is_last_row()) return;
   const int row = zero ? k : pivot.row;
@@ -209,10 +209,10 @@ QSL_INLINE void lu_step(const Step& step, double* at, int* ipiv, int& first_zero
     });
   };
   const auto update_column = [&](int c) QSL_INLINE_LAMBDA {
-    Column<Elements, 0> later(at + c * stride * unit);
+    Column<Elements, 0> later(at + c * stride * parts);
     update(later);
   };
-  double* next_elements = at + (k + 1) * stride * unit;
+  double* next_elements = at + (k + 1) * stride * parts;
   if constexpr (held == 0) {
     step.template later_columns<1>(update_column);
     column = Column<Elements, 0>(next_elements);
@@ -224,8 +224,8 @@ QSL_INLINE void lu_step(const Step& step, double* at, int* ipiv, int& first_zero
   }
   // A row may be exchanged with itself: cheaper than a branch that is as good as random.
   step.earlier_columns([&](int c) QSL_INLINE_LAMBDA {
-    double* kept = at + (c * stride + k) * unit;
-    double* other = at + (c * stride + row) * unit;
+    double* kept = at + (c * stride + k) * parts;
+    double* other = at + (c * stride + row) * parts;
     const auto element = Elements::load_one(kept);
     Elements::store_one(kept, Elements::load_one(other));
     Elements::store_one(other, element);
@@ -245,11 +245,11 @@ inline constexpr int largest_fixed_order = 7;
 template <class Elements, int registers>
 [[gnu::noinline]] void lu_loop(int m, int n, double* a, int lda, int* ipiv, int* info) {
   constexpr int stride = largest_small_order;
-  constexpr int unit = Elements::unit;
+  constexpr int parts = Elements::parts;
   if (m > largest_small_order || n > largest_small_order) __builtin_unreachable();
-  alignas(Elements::Vector::bytes) double at[largest_small_order * stride * unit];
+  alignas(Elements::Vector::bytes) double at[largest_small_order * stride * parts];
   for (int j = 0; j < n; j++) {
-    copy_to_buffer<Elements>(m, a + j * lda * unit, at + j * stride * unit);
+    copy_to_buffer<Elements>(m, a + j * lda * parts, at + j * stride * parts);
   }
   int first_zero = 0;
   Column<Elements, held_registers<Elements, registers>> column(at);
@@ -262,18 +262,18 @@ template <class Elements, int registers>
     row_steps<Elements, registers>(m, n, body);
   }
   for (int j = 0; j < n; j++) {
-    copy_from_buffer<Elements>(m, at + j * stride * unit, a + j * lda * unit);
+    copy_from_buffer<Elements>(m, at + j * stride * parts, a + j * lda * parts);
   }
   *info = first_zero;
 }
 
 template <class Elements, int n>
 [[gnu::noinline]] void lu_fixed(int, int, double* a, int lda, int* ipiv, int* info) {
-  constexpr int unit = Elements::unit;
+  constexpr int parts = Elements::parts;
   constexpr int stride = registers_for<Elements>(n) * rows_of_register<Elements>;
-  alignas(Elements::Vector::bytes) double at[n * stride * unit];
+  alignas(Elements::Vector::bytes) double at[n * stride * parts];
   unroll<n>([&](auto j) QSL_INLINE_LAMBDA {
-    copy_to_buffer<Elements>(n, a + j.value * lda * unit, at + j.value * stride * unit);
+    copy_to_buffer<Elements>(n, a + j.value * lda * parts, at + j.value * stride * parts);
   });
   int first_zero = 0;
   Column<Elements, held_registers<Elements, registers_for<Elements>(n)>> column(at);
@@ -281,7 +281,7 @@ template <class Elements, int n>
     lu_step<Elements, stride>(step, at, ipiv, first_zero, column);
   });
   unroll<n>([&](auto j) QSL_INLINE_LAMBDA {
-    copy_from_buffer<Elements>(n, at + j.value * stride * unit, a + j.value * lda * unit);
+    copy_from_buffer<Elements>(n, at + j.value * stride * parts, a + j.value * lda * parts);
   });
   *info = first_zero;
 }

@@ -2,15 +2,15 @@
 // holds one row of all of them, and no step waits for a number to be spread over a register.
 #pragma once
 
-#include "blas/level3/kernels/pack.h"
-#include "blas/level3/kernels/small_triangle.h"
+#include "elements/small_triangle.h"
+#include "elements/transpose.h"
 
 namespace qsl::QSL_LEVEL {
 
 // Each element meets the same operations in the same order as in a right-hand side on its own.
 // (Measured with registers of four lanes and 100 right-hand sides: 2.8 times as fast for order 8.)
 template <class Triangle>
-inline constexpr bool solves_abreast = Triangle::unit == 1 && Triangle::lanes == 4;
+inline constexpr bool solves_abreast = Triangle::parts == 1 && Triangle::lanes == 4;
 
 // Row k, times the triangle's element, taken from row i.
 template <int i, int k, class Triangle, class Vector>

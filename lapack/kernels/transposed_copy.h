@@ -4,7 +4,8 @@
 // first-level cache. A factor of one copies every bit.
 #pragma once
 
-#include "blas/level3/kernels/pack.h"
+#include "elements/apply_factor.h"
+#include "elements/transpose.h"
 
 namespace qsl::QSL_LEVEL {
 
@@ -19,8 +20,8 @@ QSL_INLINE void copy_transposed(int rows, int columns, const Factor& factor,
                                 int ldb) {
   using Scalar = typename Type::Scalar;
   constexpr int units = widest<Type>;
-  using Wide = typename PackRegister<Type, units>::Vector;
-  using Unit = typename PackRegister<Type, 1>::Vector;
+  using Wide = RegisterOf<Type, units>;
+  using Unit = Unit<Type>;
   constexpr int parts = Type::parts;
   int i = 0;
   for (; i + units <= rows; i += units) {

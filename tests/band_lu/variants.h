@@ -31,7 +31,7 @@ inline std::ostream& operator<<(std::ostream& out, const Variant& variant) {
   return out << variant.name;
 }
 
-// All seven; the processor need not support them.
+// All of them; the processor need not support them.
 const std::vector<Variant>& all_variants();
 
 inline std::string name_of(const testing::TestParamInfo<Variant>& info) { return info.param.name; }

@@ -15,13 +15,19 @@
 
 // clang-format off
 QSL_DECLARE_VARIANTS(const char*, frame_seven, (int n));
-QSL_DECLARE_VARIANTS_6(const char*, frame_six, (int n));
-QSL_DISPATCHER(const char*, frame_seven, (int));
-QSL_DISPATCHER_6(const char*, frame_six, (int));
+QSL_DECLARE_REPRODUCIBLE(const char*, frame_seven, (int n));
+QSL_DECLARE_VARIANTS(const char*, frame_six, (int n));
+QSL_DECLARE_VARIANTS(const char*, frame_shared, (int n));
+QSL_REPRODUCIBLE_DISPATCHER(frame_seven, cnr);
+QSL_DISPATCHER(frame_six);
+QSL_REPRODUCIBLE_DISPATCHER(frame_shared, p4);
 #define DEFINE_NAMES(level) \
   namespace qsl { namespace level { const char* frame_seven(int n) { return n == 77 ? #level : "?"; } } }
-#define DEFINE_NAMES_6(level) \
-  namespace qsl { namespace level { const char* frame_six(int n) { return n == 77 ? #level : "?"; } } }
+#define DEFINE_NAMES_6(level)                                                            \
+  namespace qsl { namespace level {                                                      \
+  const char* frame_six(int n) { return n == 77 ? #level : "?"; }                        \
+  const char* frame_shared(int n) { return n == 77 ? #level : "?"; }                     \
+  } }
 FOR_EACH_LEVEL(DEFINE_NAMES)
 FOR_EACH_LEVEL_6(DEFINE_NAMES_6)
 
@@ -32,10 +38,8 @@ FOR_EACH_LEVEL_6(DEFINE_NAMES_6)
    unsigned a14, unsigned a15, unsigned a16, unsigned a17, unsigned a18, unsigned a19)
 static unsigned words[20];
 QSL_DECLARE_VARIANTS(long long, frame_words, WORDS);
-QSL_DISPATCHER(long long, frame_words,
-               (unsigned, unsigned, unsigned, unsigned, unsigned, unsigned, unsigned, unsigned,
-                unsigned, unsigned, unsigned, unsigned, unsigned, unsigned, unsigned, unsigned,
-                unsigned, unsigned, unsigned, unsigned));
+QSL_DECLARE_REPRODUCIBLE(long long, frame_words, WORDS);
+QSL_REPRODUCIBLE_DISPATCHER(frame_words, cnr);
 #define DEFINE_WORDS(level)                                                                     \
   namespace qsl { namespace level { long long frame_words WORDS {                               \
     const unsigned all[] = {a0, a1, a2, a3, a4, a5, a6, a7, a8, a9, a10, a11, a12, a13, a14, a15, \
@@ -49,7 +53,8 @@ FOR_EACH_LEVEL(DEFINE_WORDS)
 #define MIXED (int n, double alpha, const double* x, int incx, float beta, double gamma)
 static struct { int n; std::uint64_t alpha; const double* x; int incx; std::uint32_t beta; std::uint64_t gamma; } mixed;
 QSL_DECLARE_VARIANTS(double, frame_mixed, MIXED);
-QSL_DISPATCHER(double, frame_mixed, (int, double, const double*, int, float, double));
+QSL_DECLARE_REPRODUCIBLE(double, frame_mixed, MIXED);
+QSL_REPRODUCIBLE_DISPATCHER(frame_mixed, cnr);
 static double mixed_result;
 #define DEFINE_MIXED(level)                              \
   namespace qsl { namespace level { double frame_mixed MIXED { \
@@ -64,7 +69,8 @@ FOR_EACH_LEVEL(DEFINE_MIXED)
 // A result in memory: the caller passes its address, the callee takes it off the stack.
 struct Record { int values[6]; };
 QSL_DECLARE_VARIANTS(Record, frame_record, (int first));
-QSL_DISPATCHER(Record, frame_record, (int));
+QSL_DECLARE_REPRODUCIBLE(Record, frame_record, (int first));
+QSL_REPRODUCIBLE_DISPATCHER(frame_record, cnr);
 #define DEFINE_RECORD(level)                                     \
   namespace qsl { namespace level { Record frame_record(int first) { \
     return {{first, first + 1, first + 2, first + 3, first + 4, first + 5}}; \
@@ -87,8 +93,8 @@ class Dispatcher : public Frame {
   static void clear() {
     reset();
     for (qsl::Code volatile* slot :
-         {&qsl_slot_frame_seven, &qsl_slot_frame_six, &qsl_slot_frame_words, &qsl_slot_frame_mixed,
-          &qsl_slot_frame_record}) {
+         {&qsl_slot_frame_seven, &qsl_slot_frame_six, &qsl_slot_frame_shared,
+          &qsl_slot_frame_words, &qsl_slot_frame_mixed, &qsl_slot_frame_record}) {
       *slot = nullptr;
     }
   }
@@ -120,6 +126,8 @@ TEST_F(Dispatcher, EachTypeUnderEachMode) {
       for (int call = 0; call < 3; ++call) {
         EXPECT_STREQ(qsl_dispatch_frame_seven(77), expected) << row.type << " mode " << value;
         EXPECT_STREQ(qsl_dispatch_frame_six(77), row.variant) << row.type << " mode " << value;
+        const char* shared = value != 0 && row.type < 5 ? "p4" : row.variant;
+        EXPECT_STREQ(qsl_dispatch_frame_shared(77), shared) << row.type << " mode " << value;
       }
     }
   }

@@ -7,8 +7,8 @@
 #include "runtime/platform/platform.h"
 #include "tests/frame/support.h"
 
-QSL_DECLARE_VARIANTS_6(int, frame_traced, (int n));
-QSL_DISPATCHER_6(int, frame_traced, (int));
+QSL_DECLARE_VARIANTS(int, frame_traced, (int n));
+QSL_DISPATCHER(frame_traced);
 
 namespace {
 int at_variant[4];

@@ -5,9 +5,50 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 
 #include "runtime/verbose/clock.h"
+#include "runtime/verbose/wrapper.h"
 #include "tests/frame/support.h"
+
+// Routines of the test's own, of each form and with several results. Not in an unnamed namespace:
+// wrapper.h says why.
+namespace wrapped_routines {
+
+struct Half {
+  static constexpr char line[] = "HALF(%d)";
+  static double run(int n) { return n / 2.0; }
+};
+struct Clear {
+  static constexpr char line[] = "CLEAR(%c,%d)";
+  static void run(char, int n) { qsl_printf("clearing %d\n", n); }
+};
+struct First {
+  static constexpr char line[] = "FIRST(%d)";
+  static const char* run(int) { return "first"; }
+};
+struct SolveCall {
+  int n;
+  qsl::Info info;
+
+  void run() const { info.set(n - 3); }
+  void print(qsl::VerboseCall& timed) const { timed.print("SOLVE(%d,%d)", n, info.value()); }
+};
+
+int call_all() {
+  int status = 77;
+  const double half = qsl::wrapped<Half>(5);
+  qsl_printf("half %d\n", static_cast<int>(half * 2));
+  qsl::wrapped<Clear>('c', 4);
+  qsl_printf("%s\n", qsl::wrapped<First>(1));
+  const SolveCall call = {1, qsl::Info(&status)}, without_status = {1, qsl::Info(nullptr)};
+  qsl::wrapped(&call);
+  qsl_printf("status %d\n", status);
+  qsl::wrapped_with_reports(&without_status);
+  return 0;
+}
+
+}  // namespace wrapped_routines
 
 namespace {
 
@@ -196,6 +237,30 @@ TEST_F(Verbose, TheModeWordIsReadOnce) {
   EXPECT_EQ(output_of_child("--mode"), "0 0\n") << "128 characters count as unset";
 }
 
+TEST_F(Verbose, WrappersGiveTheResultAndThenTheirLine) {
+  const struct {
+    const char *mode, *text;
+  } rows[] = {
+      {"0", "half 5\nclearing 4\nfirst\nstatus -2\n"},
+      {"1",
+       "HALF(5)\nhalf 5\nclearing 4\nCLEAR(c,4)\nFIRST(1)\nfirst\nSOLVE(1,-2)\nstatus -2\n"
+       "SOLVE(1,0)\n"},
+  };
+  for (const auto& row : rows) {
+    set_variable("QSL_VERBOSE", row.mode);
+    std::istringstream lines(output_of_child("--wrapped"));
+    std::string text;
+    for (std::string line; std::getline(lines, line);) {
+      const std::string prefix = "QSL_VERBOSE ";
+      if (line.rfind(prefix + "Arvex", 0) == 0) continue;
+      if (line.rfind(prefix, 0) == 0)
+        line = line.substr(prefix.size(), line.find(") ") + 1 - prefix.size());
+      text += line + "\n";
+    }
+    EXPECT_EQ(text, row.text);
+  }
+}
+
 int print_mode() {
   const int first = *qsl_verbose_mode_ptr();
   set_variable("QSL_VERBOSE", first ? "0" : "1");
@@ -212,6 +277,7 @@ int main(int argc, char** argv) {
     return 0;
   }
   if (argc == 2 && std::strcmp(argv[1], "--mode") == 0) return print_mode();
+  if (argc == 2 && std::strcmp(argv[1], "--wrapped") == 0) return wrapped_routines::call_all();
   ::testing::InitGoogleTest(&argc, argv);
   return RUN_ALL_TESTS();
 }

@@ -91,7 +91,7 @@ TEST_P(TransposedCopy, OtherFactorsMultiply) {
   });
 }
 
-INSTANTIATE_TEST_SUITE_P(Levels, TransposedCopy, testing::ValuesIn(full_variants()), name_of);
+INSTANTIATE_TEST_SUITE_P(Levels, TransposedCopy, testing::ValuesIn(all_variants()), name_of);
 
 }  // namespace
 }  // namespace lapack_test

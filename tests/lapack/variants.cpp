@@ -23,22 +23,10 @@ const std::vector<Variant>& all_variants() {
       QSL_TEST_VARIANT(avx),
       QSL_TEST_VARIANT(avx2),
       QSL_TEST_VARIANT(avx512),
-      {Level::cnr,
-       "cnr",
-       {qsl::cnr::dgetrf_leaf, qsl::cnr::dtrsv, nullptr, nullptr, nullptr, nullptr},
-       {qsl::cnr::zgetrf_leaf, qsl::cnr::ztrsv, nullptr, nullptr, nullptr, nullptr},
-       nullptr,
-       nullptr},
   };
 #undef QSL_TEST_VARIANT
 #undef QSL_TEST_KERNELS
   return variants;
-}
-
-std::vector<Variant> full_variants() {
-  std::vector<Variant> result = all_variants();
-  result.pop_back();
-  return result;
 }
 
 }  // namespace lapack_test

@@ -20,7 +20,6 @@ struct Kernels {
 
   Factor* getrf_leaf;
   void (*trsv)(int uplo, int trans, int diag, int n, const Number* a, int lda, Number* x);
-  // The reproducible level has none of these.
   Factor* getrf_small;
   void (*getrs_small)(int trans, int n, int nrhs, const Number* a, int lda, const int* ipiv,
                       Number* b, int ldb);
@@ -54,10 +53,8 @@ inline std::ostream& operator<<(std::ostream& out, const Variant& variant) {
   return out << variant.name;
 }
 
-// All seven; the processor need not support them.
+// All of them; the processor need not support them.
 const std::vector<Variant>& all_variants();
-// Those with every kernel.
-std::vector<Variant> full_variants();
 
 class VariantTest : public testing::TestWithParam<Variant> {
  protected:

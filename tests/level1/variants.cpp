@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "blas/kernels/p4m/zaxpy_bodies.h"
 #include "blas/level1/routines.h"
+#include "blas/level1/zaxpy_bodies.h"
 
 namespace level1_test {
 namespace {
@@ -49,7 +49,14 @@ const std::vector<Variant>& all_variants() {
       QSL_TEST_VARIANT(avx, qsl::avx::zaxpy),
       QSL_TEST_VARIANT(avx2, qsl::avx2::zaxpy),
       QSL_TEST_VARIANT(avx512, qsl::avx512::zaxpy),
-      QSL_TEST_VARIANT(cnr, qsl::cnr::zaxpy),
+      // The other routines' reproducible bodies are those of p4.
+      {Level::cnr,
+       "cnr",
+       qsl::cnr::ddot,
+       qsl::p4::daxpy,
+       qsl::p4::dcopy,
+       qsl::p4::zcopy,
+       {qsl::cnr::zaxpy}},
   };
 #undef QSL_TEST_VARIANT
   return variants;

@@ -54,7 +54,7 @@ inline std::ostream& operator<<(std::ostream& out, const Variant& variant) {
   return out << variant.name;
 }
 
-// All seven; the processor need not support them.
+// All of them; the processor need not support them.
 const std::vector<Variant>& all_variants();
 
 class Level2Kernels : public testing::TestWithParam<Variant> {

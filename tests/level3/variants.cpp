@@ -15,7 +15,6 @@ const std::vector<Variant>& all_variants() {
       QSL_TEST_VARIANT(avx, "avx", 0),
       QSL_TEST_VARIANT(avx2, "avx2", 0),
       QSL_TEST_VARIANT(avx512, "avx512", 0),
-      QSL_TEST_VARIANT(cnr, "cnr", 0),
   };
 #undef QSL_TEST_VARIANT
   return variants;

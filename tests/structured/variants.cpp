@@ -13,7 +13,6 @@ const std::vector<Variant>& all_variants() {
   static const std::vector<Variant> variants = {
       QSL_TEST_VARIANT(p4),  QSL_TEST_VARIANT(p4m),  QSL_TEST_VARIANT(p4m3),
       QSL_TEST_VARIANT(avx), QSL_TEST_VARIANT(avx2), QSL_TEST_VARIANT(avx512),
-      QSL_TEST_VARIANT(cnr),
   };
 #undef QSL_TEST_VARIANT
   return variants;

@@ -7,7 +7,7 @@
 // has, and one at the bottom.
 #pragma once
 
-#include "blas/level2/kernels/groups.h"
+#include "elements/groups.h"
 
 namespace qsl::QSL_LEVEL {
 

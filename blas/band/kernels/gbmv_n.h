@@ -2,7 +2,7 @@
 #pragma once
 
 #include "blas/band/kernels/band.h"
-#include "blas/level2/kernels/gemv_n.h"
+#include "elements/add_columns.h"
 
 namespace qsl::QSL_LEVEL {
 
@@ -35,12 +35,12 @@ template <class Elements>
   using Narrow = typename Elements::Narrow;
   using Scalar = typename Elements::Scalar;
   constexpr int lanes = Vector::lanes;
-  constexpr int unit = Elements::unit;
-  const int n = shape.rows * unit;
+  constexpr int parts = Elements::parts;
+  const int n = shape.rows * parts;
   const int rest = n % lanes;
   for (; pairs > 0; pairs--) {
     const auto by_first = Elements::multiplier(factors);
-    const auto by_second = Elements::multiplier(factors + unit);
+    const auto by_second = Elements::multiplier(factors + parts);
     const PairFactors<Vector> by = {{by_first.real, by_second.real},
                                     {by_first.imag, by_second.imag}};
     const PairFactors<Narrow> by_narrow = {{narrow(by_first.real), narrow(by_second.real)},
@@ -53,12 +53,12 @@ template <class Elements>
     // the element at the bottom, which is stored first, to be in the cache by then.
     if (shape.bottom) by_narrow.add_one(Narrow::load(sums), Narrow::load(second), 1).store(sums);
     if (shape.top) {
-      by_narrow.add_one(Narrow::load(sums - n - unit), Narrow::load(first - n - unit), 0)
-          .store(sums - n - unit);
+      by_narrow.add_one(Narrow::load(sums - n - parts), Narrow::load(first - n - parts), 0)
+          .store(sums - n - parts);
     }
     int i = -n;
-    if constexpr (lanes > unit) {
-      for (; i < rest - n; i += unit) {
+    if constexpr (lanes > parts) {
+      for (; i < rest - n; i += parts) {
         by_narrow.add(Narrow::load(sums + i), Narrow::load(first + i), Narrow::load(second + i))
             .store(sums + i);
       }
@@ -79,8 +79,8 @@ template <class Elements>
       keep(i);
     }
     a = at<Elements>(a, 2, lda);
-    y += 2 * unit;
-    factors += 2 * unit;
+    y += 2 * parts;
+    factors += 2 * parts;
   }
 }
 
@@ -90,7 +90,7 @@ template <class Elements>
                                          const typename Elements::Scalar* alpha,
                                          WalkFrom<Elements> x, typename Elements::Scalar* y) {
   using Scalar = typename Elements::Scalar;
-  alignas(64) Scalar factors[factor_block * Elements::unit];
+  alignas(64) Scalar factors[factor_block * Elements::parts];
   in_blocks(band.n, factor_block, [&](int first, int columns) QSL_INLINE_LAMBDA {
     WalkTo<Elements> to(factors, columns, 1);
     multiply_pass<Elements>(columns, alpha, x, to);
@@ -117,7 +117,7 @@ template <class Elements>
                                       const typename Elements::Scalar* beta,
                                       typename Elements::Scalar* y_base, int incy) {
   using Scalar = typename Elements::Scalar;
-  alignas(64) Scalar buffer[buffer_elements<Elements> * Elements::unit];
+  alignas(64) Scalar buffer[buffer_elements<Elements> * Elements::parts];
   WalkFrom<Elements> from(y_base, band.m, incy);
   WalkTo<Elements> to(y_base, band.m, incy);
   in_blocks(band.m, buffer_elements<Elements>, [&](int row, int rows) QSL_INLINE_LAMBDA {

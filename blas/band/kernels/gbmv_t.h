@@ -3,7 +3,7 @@
 #pragma once
 
 #include "blas/band/kernels/band.h"
-#include "blas/level2/kernels/gemv_t.h"
+#include "elements/dot_columns.h"
 
 namespace qsl::QSL_LEVEL {
 
@@ -34,8 +34,8 @@ struct ColumnSum {
   QSL_INLINE auto total(bool conjugate) const {
     const auto d = sum_to_narrow(direct);
     const auto c = sum_to_narrow(crossed);
-    const auto first = lower_lanes(d, c);
-    const auto second = upper_lanes(d, c);
+    const auto first = unpack_lower(d, c);
+    const auto second = unpack_upper(d, c);
     return conjugate ? first + negate_odd(second) : add_sub(first, second);
   }
 };
@@ -52,8 +52,8 @@ template <class Elements, bool long_columns>
   using Vector = typename Elements::Vector;
   using Scalar = typename Elements::Scalar;
   constexpr int lanes = Vector::lanes;
-  constexpr int unit = Elements::unit;
-  const int n = shape.rows * unit;
+  constexpr int parts = Elements::parts;
+  const int n = shape.rows * parts;
   const int rest = n % lanes;
   const auto whole = [](const Scalar* p) QSL_INLINE_LAMBDA { return Vector::load(p); };
   const auto one = [](const Scalar* p)
@@ -65,8 +65,8 @@ template <class Elements, bool long_columns>
     const Scalar* const end = x + n;
     ColumnSum<Vector> sums[2];
     if (shape.top) {
-      const Vector top = one(end - n - unit);
-      sums[0].add(one(first - n - unit), top, swap_pairs(top));
+      const Vector top = one(end - n - parts);
+      sums[0].add(one(first - n - parts), top, swap_pairs(top));
     }
     if (shape.bottom) {
       const Vector bottom = one(end);
@@ -87,7 +87,7 @@ template <class Elements, bool long_columns>
       sums[1].add_product(Vector::load(second + i), factors, swapped);
     };
     int i = -n;
-    for (; i < rest - n; i += unit) add(one, i);
+    for (; i < rest - n; i += parts) add(one, i);
     if (i & lanes) {
       add(whole, i);
       i += lanes;
@@ -104,10 +104,10 @@ template <class Elements, bool long_columns>
       keep(i);
     }
     Elements::store_one(dots, sums[0].total(conjugate));
-    Elements::store_one(dots + unit, sums[1].total(conjugate));
+    Elements::store_one(dots + parts, sums[1].total(conjugate));
     a = at<Elements>(a, 2, lda);
-    x += 2 * unit;
-    dots += 2 * unit;
+    x += 2 * parts;
+    dots += 2 * parts;
   }
 }
 
@@ -141,7 +141,7 @@ template <class Elements>
                                    const typename Elements::Scalar* x, bool conjugate,
                                    const typename Elements::Scalar* beta, WalkTo<Elements> y) {
   using Scalar = typename Elements::Scalar;
-  alignas(64) Scalar dots[factor_block * Elements::unit];
+  alignas(64) Scalar dots[factor_block * Elements::parts];
   const int before = band.first_column(row);
   for (int j = 0; j < before; j++) {
     Elements::store_one(at<Elements>(dots, j), Elements::Narrow::zero());
@@ -160,7 +160,7 @@ template <class Elements>
                               typename Elements::Scalar* y_base, int incy) {
   using Scalar = typename Elements::Scalar;
   const Scalar one[2] = {1, 0};
-  alignas(64) Scalar buffer[buffer_elements<Elements> * Elements::unit];
+  alignas(64) Scalar buffer[buffer_elements<Elements> * Elements::parts];
   const WalkFrom<Elements> x_start(x_base, band.m, incx);
   WalkTo<Elements> y(y_base, band.n, incy);
   const bool contiguous = incx == 1;

@@ -6,12 +6,13 @@
 // A shape of the real copy:
 //   Vector              the register that the blocks use
 //   block               elements per pass, a power of two
-//   string_bytes        longer unit-stride copies are left to the processor's string move
+//   string_bytes        longer unit-stride copies are left to the processor's string move (required
+//                       as it stands: in the second-level cache a loop over registers is faster)
 // and of the complex copy, whose unit-stride form is the real copy of 2 * n elements:
 //   strided_block       elements per pass, a power of two
 #pragma once
 
-#include "blas/level1/kernels/stride.h"
+#include "elements/stride.h"
 #include "include/qsl/types.h"
 
 namespace qsl::QSL_LEVEL {
@@ -68,7 +69,7 @@ QSL_INLINE void copy_halving(CopyRest& rest) {
 
 template <class Vector>
 QSL_INLINE void copy_first(CopyRest& rest, int k) {
-  Vector::load_first(rest.x, k).store_first(rest.y, k);
+  Vector::load_rest(rest.x, k).store_rest(rest.y, k);
   rest.advance(k);
 }
 

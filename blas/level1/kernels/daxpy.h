@@ -11,7 +11,7 @@
 //                       until y is aligned to the vector's size, blocks, one by one
 #pragma once
 
-#include "blas/level1/kernels/stride.h"
+#include "elements/stride.h"
 
 namespace qsl::QSL_LEVEL {
 

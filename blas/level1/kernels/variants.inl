@@ -1,6 +1,5 @@
 // A level's variants, from its shapes. The last thing that a level's source file includes, after
-// DotShape, DaxpyShape, ZaxpyShape, DcopyShape and ZcopyShape. A level with a complex update of its
-// own defines QSL_OWN_ZAXPY and writes that function itself.
+// DotShape, DaxpyShape, ZaxpyBody, DcopyShape and ZcopyShape.
 #pragma once
 
 #include "blas/level1/kernels/copy.h"
@@ -19,12 +18,10 @@ void daxpy(int n, const double* a, const double* x, int incx, double* y, int inc
   daxpy<DaxpyShape>(n, a, x, incx, y, incy);
 }
 
-#ifndef QSL_OWN_ZAXPY
 void zaxpy(int n, const complex_double* alpha, const complex_double* x, int incx, complex_double* y,
            int incy) {
-  zaxpy<ZaxpyShape>(n, alpha, x, incx, y, incy);
+  ZaxpyBody::update(n, alpha, x, incx, y, incy);
 }
-#endif
 
 void dcopy(int n, const double* x, int incx, double* y, int incy) {
   dcopy<DcopyShape>(n, x, incx, y, incy);

@@ -23,8 +23,8 @@
 //   strided_block       elements per pass of the strided loop
 #pragma once
 
-#include "blas/level1/kernels/stride.h"
-#include "include/qsl/types.h"
+#include "elements/element.h"
+#include "elements/stride.h"
 
 namespace qsl::QSL_LEVEL {
 
@@ -47,11 +47,6 @@ enum class ZaxpyAlignment {
   // loads otherwise.
   by_x,
 };
-
-QSL_INLINE const double* parts(const complex_double* p) {
-  return reinterpret_cast<const double*>(p);
-}
-QSL_INLINE double* parts(complex_double* p) { return reinterpret_cast<double*>(p); }
 
 // How whole complex elements are loaded and stored, and how x is loaded with its real and its
 // imaginary parts apart, each in both lanes of a pair.
@@ -113,7 +108,7 @@ struct Alpha {
   Vector crossed;   // (ai, ar); without fused operations (-ai, ar), so that a sum subtracts
 
   QSL_INLINE static Alpha read(const complex_double* alpha) {
-    const Vector straight = Vector::broadcast_pair(parts(alpha));
+    const Vector straight = Vector::broadcast_pair(scalars(alpha));
     if constexpr (has_fma) {
       return {straight, swap_pairs(straight)};
     } else {
@@ -218,11 +213,11 @@ QSL_INLINE void zaxpy_unit_realigned(const Alpha<typename Shape::Vector>& alpha,
 template <class Shape>
 QSL_INLINE void zaxpy_strided(int n, const complex_double* alpha, const complex_double* x_base,
                               int incx, complex_double* y_base, int incy) {
-  const f64x2 factor = f64x2::load(parts(alpha));
+  const f64x2 factor = f64x2::load(scalars(alpha));
   const f64x2 real = dup_even(factor);              // (ar, ar)
   const f64x2 imag = negate_even(dup_odd(factor));  // (-ai, ai)
-  Walk<const double, 2> x(parts(x_base), n, incx);
-  Walk<double, 2> y(parts(y_base), n, incy);
+  Walk<const double, 2> x(scalars(x_base), n, incx);
+  Walk<double, 2> y(scalars(y_base), n, incy);
   using Access = typename Shape::Access;
   const auto update = [&](auto) QSL_INLINE_LAMBDA {
     const f64x2 element = Access::template load<f64x2>(*x);
@@ -245,7 +240,7 @@ QSL_INLINE void zaxpy(int n, const complex_double* alpha, const complex_double* 
   }
   using Access = typename Shape::Access;
   const auto factor = Alpha<typename Shape::Vector>::read(alpha);
-  ZaxpyRest rest{n, parts(x), parts(y)};
+  ZaxpyRest rest{n, scalars(x), scalars(y)};
   if constexpr (Shape::alignment == ZaxpyAlignment::same_phase_prefetched) {
     const std::uintptr_t phase = misalignment(x, Shape::Vector::bytes);
     if (n >= 4 && phase == misalignment(y, Shape::Vector::bytes) && phase % 16 == 0) {
@@ -266,5 +261,14 @@ QSL_INLINE void zaxpy(int n, const complex_double* alpha, const complex_double* 
   }
   zaxpy_unit<Shape, Access, Access>(factor, rest);
 }
+
+// The body of a level with one shape.
+template <class Shape>
+struct ZaxpyOf {
+  QSL_INLINE static void update(int n, const complex_double* alpha, const complex_double* x,
+                                int incx, complex_double* y, int incy) {
+    zaxpy<Shape>(n, alpha, x, incx, y, incy);
+  }
+};
 
 }  // namespace qsl::QSL_LEVEL

@@ -7,18 +7,6 @@
 
 namespace qsl::QSL_LEVEL {
 
-// A factor, copied by vector registers: read before anything is written, wherever it lies.
-template <class Elements>
-struct FactorCopy {
-  typename Elements::Scalar parts[Elements::unit];
-
-  QSL_INLINE explicit FactorCopy(const void* factor) {
-    const auto* from = static_cast<const typename Elements::Scalar*>(factor);
-    Elements::store_one(parts, Elements::load_one(from));
-  }
-  QSL_INLINE FactorKind kind() const { return kind_of<Elements>(parts); }
-};
-
 template <class Elements, class Number>
 QSL_INLINE void gemv(int trans, int m, int n, const Number* alpha_at, const Number* a_at, int lda,
                      const Number* x_at, int incx, const Number* beta_at, Number* y_at, int incy) {
@@ -53,12 +41,10 @@ QSL_INLINE void ger(int m, int n, const Number* alpha_at, const Number* x_at, in
     if (kind == FactorKind::one) return;
     for (int j = 0; j < n; j++) scale<Elements>(m, beta.parts, at<Elements>(a, j, lda), 1);
   } else if (kind == FactorKind::zero) {
-    ger_blocks<Elements, FactorKind::zero>(m, n, alpha.parts, x, incx, y, incy, beta.parts, a, lda);
-  } else if (kind == FactorKind::one) {
-    ger_blocks<Elements, FactorKind::one>(m, n, alpha.parts, x, incx, y, incy, beta.parts, a, lda);
+    ger_blocks<Elements, false>(m, n, alpha.parts, x, incx, y, incy, nullptr, a, lda);
   } else {
-    ger_blocks<Elements, FactorKind::general>(m, n, alpha.parts, x, incx, y, incy, beta.parts, a,
-                                              lda);
+    const Scalar* general = kind == FactorKind::general ? beta.parts : nullptr;
+    ger_blocks<Elements, true>(m, n, alpha.parts, x, incx, y, incy, general, a, lda);
   }
 }
 

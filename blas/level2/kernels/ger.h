@@ -3,18 +3,17 @@
 // Several columns are updated per pass, so that x is loaded once for all of them.
 #pragma once
 
-#include "blas/level2/kernels/elements.h"
-#include "blas/level2/kernels/groups.h"
-#include "blas/level2/kernels/passes.h"
-#include "blas/level2/kernels/rest.h"
+#include "elements/groups.h"
+#include "elements/in_registers.h"
+#include "elements/passes.h"
+#include "elements/rest.h"
 
 namespace qsl::QSL_LEVEL {
 
-// column c := factors[c] * x + beta * column c
-template <class Elements, FactorKind kind, int columns>
+// column c := factors[c] * x, or with `add` column c + factors[c] * x
+template <class Elements, bool add, int columns>
 [[gnu::noinline]] void update_columns(int rows, const typename Elements::Scalar* x,
                                       const typename Elements::Scalar* factors,
-                                      const typename Elements::Scalar* beta,
                                       typename Elements::Scalar* a, int lda) {
   using Vector = typename Elements::Vector;
   using Scalar = typename Elements::Scalar;
@@ -23,27 +22,23 @@ template <class Elements, FactorKind kind, int columns>
   Factor by[columns];
   Scalar* column[columns];
   unroll<columns>([&](auto c) QSL_INLINE_LAMBDA {
-    by[c.value] = Factor::read(factors + c.value * Elements::unit);
+    by[c.value] = Factor::read(factors + c.value * Elements::parts);
     column[c.value] = at<Elements>(a, c.value, lda);
   });
-  [[maybe_unused]] Factor by_beta;
-  if constexpr (kind == FactorKind::general) by_beta = Factor::read(beta);
   const auto update = [&](const auto& load, const auto& store, int i) QSL_INLINE_LAMBDA {
     const Vector xi = load(x + i);
     unroll<columns>([&](auto c) QSL_INLINE_LAMBDA {
       Scalar* element = column[c.value] + i;
-      if constexpr (kind == FactorKind::zero) {
-        store(element, by[c.value].times(xi));
-      } else if constexpr (kind == FactorKind::one) {
+      if constexpr (add) {
         store(element, by[c.value].times_plus(xi, load(element)));
       } else {
-        store(element, by[c.value].times_plus(xi, by_beta.times(load(element))));
+        store(element, by[c.value].times(xi));
       }
     });
   };
   const auto load = [](const Scalar* p) QSL_INLINE_LAMBDA { return Vector::load(p); };
   const auto store = [](Scalar* p, Vector v) QSL_INLINE_LAMBDA { v.store(p); };
-  const int n = rows * Elements::unit;
+  const int n = rows * Elements::parts;
   int i = 0;
   for (; i + lanes <= n; i += lanes) update(load, store, i);
   if constexpr (has_rest<Elements>) {
@@ -57,39 +52,42 @@ template <class Elements, FactorKind kind, int columns>
   }
 }
 
-// All columns of a block of rows.
-template <class Elements, FactorKind kind>
+// All columns of a block of rows. A beta that is neither 0 nor 1 (null otherwise) goes first,
+// column by column, while the block is in the first-level cache.
+template <class Elements, bool add>
 [[gnu::noinline]] void ger_rows(int rows, int n, const typename Elements::Scalar* alpha,
                                 const typename Elements::Scalar* x,
                                 const typename Elements::Scalar* y_base, int incy,
                                 const typename Elements::Scalar* beta, typename Elements::Scalar* a,
                                 int lda) {
   using Scalar = typename Elements::Scalar;
-  // A complex beta takes the registers of a column.
-  constexpr bool one_by_one = kind == FactorKind::general && Elements::unit == 2;
-  constexpr int group_size = one_by_one ? 1 : Elements::columns;
-  alignas(64) Scalar factors[factor_block * Elements::unit];
+  alignas(64) Scalar factors[factor_block * Elements::parts];
   WalkFrom<Elements> y(y_base, n, incy);
   in_blocks(n, factor_block, [&](int first, int columns) QSL_INLINE_LAMBDA {
     WalkTo<Elements> to(factors, columns, 1);
     multiply_pass<Elements>(columns, alpha, y, to);
     Scalar* block = at<Elements>(a, first, lda);
-    in_groups<group_size>(columns, [&](auto group, int j) QSL_INLINE_LAMBDA {
-      update_columns<Elements, kind, group.value>(rows, x, at<Elements>(factors, j), beta,
-                                                  at<Elements>(block, j, lda), lda);
+    in_groups<Elements::columns>(columns, [&](auto group, int j) QSL_INLINE_LAMBDA {
+      Scalar* column = at<Elements>(block, j, lda);
+      if (add && beta != nullptr) {
+        for (int c = 0; c < group.value; c++) {
+          scale<Elements>(rows, beta, at<Elements>(column, c, lda), 1);
+        }
+      }
+      update_columns<Elements, add, group.value>(rows, x, at<Elements>(factors, j), column, lda);
     });
   });
 }
 
 // x in blocks of rows: where it lies, or through a buffer.
-template <class Elements, FactorKind kind>
+template <class Elements, bool add>
 [[gnu::noinline]] void ger_blocks(int m, int n, const typename Elements::Scalar* alpha,
                                   const typename Elements::Scalar* x_base, int incx,
                                   const typename Elements::Scalar* y, int incy,
                                   const typename Elements::Scalar* beta,
                                   typename Elements::Scalar* a, int lda) {
   using Scalar = typename Elements::Scalar;
-  alignas(64) Scalar buffer[buffer_elements<Elements> * Elements::unit];
+  alignas(64) Scalar buffer[buffer_elements<Elements> * Elements::parts];
   WalkFrom<Elements> x(x_base, m, incx);
   const bool contiguous = incx == 1;
   in_blocks(m, contiguous ? row_block<Elements> : buffer_elements<Elements>,
@@ -100,8 +98,8 @@ template <class Elements, FactorKind kind>
                 copy_pass<Elements>(rows, x, into);
                 part = buffer;
               }
-              ger_rows<Elements, kind>(rows, n, alpha, part, y, incy, beta, at<Elements>(a, row),
-                                       lda);
+              ger_rows<Elements, add>(rows, n, alpha, part, y, incy, beta, at<Elements>(a, row),
+                                      lda);
             });
 }
 

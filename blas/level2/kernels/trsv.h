@@ -6,9 +6,8 @@
 #pragma once
 
 #include "blas/level2/routines.h"
-#include "blas/level3/kernels/division.h"
-#include "blas/level3/kernels/simple_loops.h"
 #include "blas/level3/routines.h"
+#include "elements/division.h"
 
 namespace qsl::QSL_LEVEL {
 
@@ -39,8 +38,7 @@ struct TriangularSystem {
   QSL_INLINE Register element(int i, int j) const {
     const Scalar* at = a + (trans == 0 ? i * Type::parts + j * ld : j * Type::parts + i * ld);
     const Register value = Register::load(at);
-    if constexpr (Type::parts == 1) return value;
-    return trans == 2 ? negate_odd(value) : value;
+    return trans == 2 ? conjugate<Type>(value) : value;
   }
   QSL_INLINE Register divided(Register value, int i) const {
     if (unit) return value;
@@ -48,11 +46,11 @@ struct TriangularSystem {
     Scalar divisor;
     Scalar d[2];
     element(i, i).store(d);
-    set_division(d, diagonal, &divisor, Type{});
+    set_quotient<Type>(d, diagonal, &divisor);
     if constexpr (Type::parts == 1) {
       return value / Register::load(&divisor);
     } else {
-      return times(value, diagonal) / Register::broadcast_from(&divisor);
+      return product<Type>(value, Register::load(diagonal)) / Register::broadcast_from(&divisor);
     }
   }
 };
@@ -67,7 +65,7 @@ template <class Type>
     auto value = Unit<Type>::load(x + i * parts);
     for (int before = 0; before < step; before++) {
       const int j = forward ? before : n - 1 - before;
-      value = value - product(t.element(i, j), Unit<Type>::load(x + j * parts));
+      value = value - product<Type>(t.element(i, j), Unit<Type>::load(x + j * parts));
     }
     t.divided(value, i).store(x + i * parts);
   }

@@ -32,20 +32,6 @@ QSL_INLINE void multiply_tile(const StripProduct<typename Type::Scalar>& p,
   write_back<Type, full>(sums, c, p.ldc, last, p.overwrite);
 }
 
-// Fewer columns than a tile has: N of them, or fewer.
-template <class Type, class Tile, bool full, int V, int N>
-QSL_INLINE void multiply_last_columns(const StripProduct<typename Type::Scalar>& p, int columns,
-                                      const typename Type::Scalar* b, int b_step,
-                                      typename Type::Scalar* c, int last) {
-  if constexpr (N > 0) {
-    if (columns == N) {
-      multiply_tile<Type, Tile, full, V, N>(p, b, b_step, c, last);
-    } else {
-      multiply_last_columns<Type, Tile, full, V, N - Type::parts>(p, columns, b, b_step, c, last);
-    }
-  }
-}
-
 template <class Type, class Tile, bool full, int V>
 QSL_INLINE void multiply_strip(const StripProduct<typename Type::Scalar>& p) {
   using Scalar = typename Type::Scalar;
@@ -55,7 +41,7 @@ QSL_INLINE void multiply_strip(const StripProduct<typename Type::Scalar>& p) {
   Scalar* c = p.c;
   constexpr int full_step = Tile::strip_columns * Tile::copies;
   int columns = p.columns;
-  if constexpr (V == 1 && requires { Tile::wide_columns; }) {
+  if constexpr (V == 1 && Tile::wide_columns > 0) {
     constexpr int strips = Tile::wide_columns / Tile::strip_columns;
     for (; columns >= Tile::wide_columns; columns -= Tile::wide_columns) {
       Sums<typename Tile::Vector, V, Tile::wide_columns> sums;
@@ -83,26 +69,35 @@ QSL_INLINE void multiply_strip(const StripProduct<typename Type::Scalar>& p) {
       c += tile_columns / Type::parts * p.ldc;
     }
   }
+  // Fewer than a tile has.
   if constexpr (tile_columns > Type::parts) {
-    multiply_last_columns<Type, Tile, full, V, tile_columns - Type::parts>(p, columns, b, b_step, c,
-                                                                           last);
+    if (columns == 0) return;
+    at_index<1, tile_columns / Type::parts - 1>(
+        columns / Type::parts, [&](auto elements) QSL_INLINE_LAMBDA {
+          constexpr int N = elements.value * Type::parts;
+          multiply_tile<Type, Tile, full, V, N>(p, b, b_step, c, last);
+        });
   }
 }
 
-// The rows that do not fill a strip: V registers of them, or fewer.
+// The rows that do not fill a strip: V registers of them, the last of which may be cut (not full).
 template <class Type, class Tile, bool full, int V>
 [[gnu::noinline]] void multiply_last_strip(const StripProduct<typename Type::Scalar>& p) {
   multiply_strip<Type, Tile, full, V>(p);
 }
 
-template <class Type, class Tile, int V>
+template <class Type, class Tile>
 QSL_INLINE void multiply_last_rows(const StripProduct<typename Type::Scalar>& p) {
-  if constexpr (V > 0) {
-    constexpr int lanes = Tile::Vector::lanes;
-    if (p.rows == V * lanes) return multiply_last_strip<Type, Tile, true, V>(p);
-    if (p.rows > (V - 1) * lanes) return multiply_last_strip<Type, Tile, false, V>(p);
-    multiply_last_rows<Type, Tile, V - 1>(p);
-  }
+  constexpr int lanes = Tile::Vector::lanes;
+  if (p.rows == 0) return;
+  at_index<1, Tile::vectors>((p.rows + lanes - 1) / lanes, [&](auto registers) QSL_INLINE_LAMBDA {
+    constexpr int V = registers.value;
+    if (p.rows == V * lanes) {
+      multiply_last_strip<Type, Tile, true, V>(p);
+    } else {
+      multiply_last_strip<Type, Tile, false, V>(p);
+    }
+  });
 }
 
 template <class Type, class Tile>
@@ -132,7 +127,7 @@ void multiply_block(const BlockProduct& block) {
                             block.ldc * Type::parts,
                             block.overwrite};
   if (p.rows >= strip_rows) multiply_full_strips<Type, Tile>(p);
-  multiply_last_rows<Type, Tile, Tile::vectors>(p);
+  multiply_last_rows<Type, Tile>(p);
 }
 
 }  // namespace qsl::QSL_LEVEL

@@ -65,8 +65,8 @@ inline void blocked_loops(const OperationRecord& op, const BlockRecord& block,
   const int m = c.rows;
   const int n = c.cols;
   const int k = a.cols;
-  const PackFactor a_factor = {alpha, (a.flags & conjugate_transposed) != 0};
-  const PackFactor b_factor = {nullptr, (b.flags & conjugate_transposed) != 0};
+  const Scaling a_factor = {alpha, (a.flags & conjugate_transposed) != 0};
+  const Scaling b_factor = {nullptr, (b.flags & conjugate_transposed) != 0};
   const auto pack_a = op.pack_a[a.is_plain() ? along_strip : along_k];
   const auto pack_b = op.pack_b[b.is_plain() ? along_k : along_strip];
   for (int i = 0; i < m; i += block.mc) {

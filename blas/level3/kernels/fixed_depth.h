@@ -17,30 +17,27 @@ struct FixedDepth {
   int kc;                         // blocks are not deeper
 };
 
-template <class Shape, class Tile>
-QSL_INLINE void fixed_depth_product(const FixedDepth& sizes, const MatrixDescriptor& a,
-                                    const MatrixDescriptor& b, const MatrixDescriptor& c,
-                                    const void* alpha, const void* beta) {
-  using Type = typename Shape::Type;
-  using Scalar = typename Type::Scalar;
-  constexpr const OperationRecord& op = operation_record<Shape, Tile>;
-  if (a.cols == 0 || is_zero(static_cast<const Scalar*>(alpha), Type::parts)) {
-    return op.scale(c, beta);
-  }
-  if (c.rows < sizes.least_m || c.cols < sizes.least_n || a.cols < sizes.least_k) {
-    return op.simple_loops(a, b, c, alpha, beta);
-  }
-  blocked_product(op, Shape::blocks, sizes.kc / op.tile.ku * op.tile.ku, a, b, c, alpha, beta,
-                  is_zero(static_cast<const Scalar*>(beta), Type::parts));
-}
-
+// The product of a level: Type, Tile, BlockNumbers blocks and FixedDepth sizes are its shape.
 template <class Shape>
-QSL_INLINE void fixed_depth_gemm(int transa, int transb, int m, int n, int k, const void* alpha,
-                                 const void* a, int lda, const void* b, int ldb, const void* beta,
-                                 void* c, int ldc) {
-  constexpr int size = sizeof(typename Shape::Type::Element);
-  Shape::multiply(describe(a, m, k, lda, transa, size), describe(b, k, n, ldb, transb, size),
-                  describe(c, m, n, ldc, 0, size), alpha, beta);
-}
+struct FixedDepthGemm {
+  using Type = typename Shape::Type;
+  using Element = typename Type::Element;
+
+  QSL_INLINE static void multiply(int transa, int transb, int m, int n, int k, const Element* alpha,
+                                  const Element* a, int lda, const Element* b, int ldb,
+                                  const Element* beta, Element* c, int ldc) {
+    constexpr int size = sizeof(Element);
+    constexpr const OperationRecord& op = operation_record<Type, typename Shape::Tile>;
+    const MatrixDescriptor a_matrix = describe(a, m, k, lda, transa, size);
+    const MatrixDescriptor b_matrix = describe(b, k, n, ldb, transb, size);
+    const MatrixDescriptor c_matrix = describe(c, m, n, ldc, 0, size);
+    if (k == 0 || is_zero<Type>(alpha)) return op.scale(c_matrix, beta);
+    if (m < Shape::sizes.least_m || n < Shape::sizes.least_n || k < Shape::sizes.least_k) {
+      return op.simple_loops(a_matrix, b_matrix, c_matrix, alpha, beta);
+    }
+    blocked_product(op, Shape::blocks, Shape::sizes.kc / op.tile.ku * op.tile.ku, a_matrix,
+                    b_matrix, c_matrix, alpha, beta, is_zero<Type>(beta));
+  }
+};
 
 }  // namespace qsl::QSL_LEVEL

@@ -1,4 +1,4 @@
-// The matrix product of levels p4 and cnr.
+// The matrix product of level p4.
 //
 // k is cut in blocks of 104; the loops of blocked.h run in one of four orders, which a ladder of
 // size tests selects.
@@ -26,6 +26,7 @@ enum class LadderOrder {
   transposed,    // as left_inside, panel by panel of columns
 };
 
+// (Required as it stands, every number.)
 inline LadderOrder ladder_order(int m, int n, int k) {
   if (n < 101) {
     if (m >= 250 || k < 101) return LadderOrder::left_inside;
@@ -40,13 +41,12 @@ inline void ladder_product(const MatrixDescriptor& a, const MatrixDescriptor& b,
                            const MatrixDescriptor& c, const void* alpha, const void* beta) {
   using Type = typename Shape::Type;
   using Tile = typename Shape::Tile;
-  using Scalar = typename Type::Scalar;
-  constexpr const OperationRecord& op = operation_record<Shape, Tile>;
+  constexpr const OperationRecord& op = operation_record<Type, Tile>;
   constexpr int element = sizeof(typename Type::Element);
   constexpr int mc = ladder_a_bytes / ladder_depth / element;
   constexpr int nc = ladder_b_bytes / ladder_depth / element / Tile::copies;
-  const bool beta_is_zero = is_zero(static_cast<const Scalar*>(beta), Type::parts);
-  if (a.cols == 0 || is_zero(static_cast<const Scalar*>(alpha), Type::parts)) {
+  const bool beta_is_zero = is_zero<Type>(beta);
+  if (a.cols == 0 || is_zero<Type>(alpha)) {
     return op.scale(c, beta);
   }
   if (c.rows < 4 || a.cols < 8 || c.cols < 8) return op.simple_loops(a, b, c, alpha, beta);
@@ -79,13 +79,19 @@ inline void ladder_product(const MatrixDescriptor& a, const MatrixDescriptor& b,
   }
 }
 
+// The product of a level: Type and Tile are its shape.
 template <class Shape>
-QSL_INLINE void ladder_gemm(int transa, int transb, int m, int n, int k, const void* alpha,
-                            const void* a, int lda, const void* b, int ldb, const void* beta,
-                            void* c, int ldc) {
-  constexpr int size = sizeof(typename Shape::Type::Element);
-  ladder_product<Shape>(describe(a, m, k, lda, transa, size), describe(b, k, n, ldb, transb, size),
-                        describe(c, m, n, ldc, 0, size), alpha, beta);
-}
+struct LadderGemm {
+  using Element = typename Shape::Type::Element;
+
+  QSL_INLINE static void multiply(int transa, int transb, int m, int n, int k, const Element* alpha,
+                                  const Element* a, int lda, const Element* b, int ldb,
+                                  const Element* beta, Element* c, int ldc) {
+    constexpr int size = sizeof(Element);
+    ladder_product<Shape>(describe(a, m, k, lda, transa, size),
+                          describe(b, k, n, ldb, transb, size), describe(c, m, n, ldc, 0, size),
+                          alpha, beta);
+  }
+};
 
 }  // namespace qsl::QSL_LEVEL

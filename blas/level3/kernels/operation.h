@@ -8,6 +8,16 @@
 
 namespace qsl::QSL_LEVEL {
 
+// As reports name the routine.
+template <class Type>
+inline constexpr const char* product_name = nullptr;
+template <>
+inline constexpr const char* product_name<Real> = "DGEMM";
+template <>
+inline constexpr const char* product_name<SingleComplex> = "CGEMM";
+template <>
+inline constexpr const char* product_name<DoubleComplex> = "ZGEMM";
+
 template <class Type, class Tile>
 struct Operation {
   static constexpr int lanes = Tile::Vector::lanes;
@@ -25,9 +35,9 @@ struct Operation {
     }
   }
 
-  static constexpr OperationRecord record(const char* name) {
+  static constexpr OperationRecord record() {
     return {sizeof(typename Type::Element),
-            name,
+            product_name<Type>,
             one<Type>,
             scale_matrix<Type>,
             {pack<Type, mr, granule, false>, pack<Type, mr, granule, true>},
@@ -39,8 +49,7 @@ struct Operation {
   }
 };
 
-template <class Shape, class Tile>
-inline constexpr OperationRecord operation_record =
-    Operation<typename Shape::Type, Tile>::record(Shape::name);
+template <class Type, class Tile>
+inline constexpr OperationRecord operation_record = Operation<Type, Tile>::record();
 
 }  // namespace qsl::QSL_LEVEL

@@ -10,96 +10,11 @@
 // factor or conjugated on the way. Nothing outside the block is read.
 #pragma once
 
-#include "blas/level3/kernels/element.h"
-#include "blas/level3/kernels/factor.h"
 #include "blas/level3/kernels/records.h"
+#include "elements/apply_factor.h"
+#include "elements/transpose.h"
 
 namespace qsl::QSL_LEVEL {
-
-// Transposes `count` registers of `count` units each.
-QSL_INLINE void transpose(f64x2 (&v)[2]) {
-  const f64x2 first = v[0];
-  v[0] = {_mm_unpacklo_pd(first.v, v[1].v)};
-  v[1] = {_mm_unpackhi_pd(first.v, v[1].v)};
-}
-QSL_INLINE void transpose(f64x2 (&)[1]) {}
-QSL_INLINE void transpose(f64 (&)[1]) {}
-QSL_INLINE void transpose(f32x4 (&v)[2]) {
-  const f32x4 first = v[0];
-  v[0] = {_mm_movelh_ps(first.v, v[1].v)};
-  v[1] = {_mm_movehl_ps(v[1].v, first.v)};
-}
-QSL_INLINE void transpose(ComplexInLow (&)[1]) {}
-
-#if defined(__AVX__)
-QSL_INLINE void transpose(f64x4 (&v)[2]) {
-  const f64x4 first = v[0];
-  v[0] = {_mm256_permute2f128_pd(first.v, v[1].v, 0x20)};
-  v[1] = {_mm256_permute2f128_pd(first.v, v[1].v, 0x31)};
-}
-QSL_INLINE void transpose(f64x4 (&v)[4]) {
-  const __m256d even01 = _mm256_unpacklo_pd(v[0].v, v[1].v);
-  const __m256d odd01 = _mm256_unpackhi_pd(v[0].v, v[1].v);
-  const __m256d even23 = _mm256_unpacklo_pd(v[2].v, v[3].v);
-  const __m256d odd23 = _mm256_unpackhi_pd(v[2].v, v[3].v);
-  v[0] = {_mm256_permute2f128_pd(even01, even23, 0x20)};
-  v[1] = {_mm256_permute2f128_pd(odd01, odd23, 0x20)};
-  v[2] = {_mm256_permute2f128_pd(even01, even23, 0x31)};
-  v[3] = {_mm256_permute2f128_pd(odd01, odd23, 0x31)};
-}
-QSL_INLINE void transpose(f32x8 (&v)[4]) {
-  f64x4 units[4] = {{_mm256_castps_pd(v[0].v)},
-                    {_mm256_castps_pd(v[1].v)},
-                    {_mm256_castps_pd(v[2].v)},
-                    {_mm256_castps_pd(v[3].v)}};
-  transpose(units);
-  unroll<4>([&](auto i) QSL_INLINE_LAMBDA { v[i.value] = {_mm256_castpd_ps(units[i.value].v)}; });
-}
-#endif
-
-// The register that holds `units` elements.
-template <class Type, int units>
-struct PackRegister;
-template <>
-struct PackRegister<Real, 1> {
-  using Vector = f64;
-};
-template <>
-struct PackRegister<Real, 2> {
-  using Vector = f64x2;
-};
-template <>
-struct PackRegister<SingleComplex, 1> {
-  using Vector = ComplexInLow;
-};
-template <>
-struct PackRegister<SingleComplex, 2> {
-  using Vector = f32x4;
-};
-template <>
-struct PackRegister<DoubleComplex, 1> {
-  using Vector = f64x2;
-};
-#if defined(__AVX__)
-template <>
-struct PackRegister<Real, 4> {
-  using Vector = f64x4;
-};
-template <>
-struct PackRegister<SingleComplex, 4> {
-  using Vector = f32x8;
-};
-template <>
-struct PackRegister<DoubleComplex, 2> {
-  using Vector = f64x4;
-};
-inline constexpr int pack_bytes = 32;
-#else
-inline constexpr int pack_bytes = 16;
-#endif
-
-template <class Type>
-inline constexpr int widest = pack_bytes / sizeof(typename Type::Element);
 
 // The largest register, in units, that `width` elements fill.
 template <class Type>
@@ -115,7 +30,7 @@ QSL_INLINE void copy_run(const typename Type::Scalar* from, const Factor& factor
                          typename Type::Scalar* to) {
   if constexpr (width > 0) {
     constexpr int units = register_units<Type>(width);
-    using Vector = typename PackRegister<Type, units>::Vector;
+    using Vector = RegisterOf<Type, units>;
     factor.apply(Vector::load(from)).store(to);
     copy_run<Type, width - units>(from + units * Type::parts, factor, to + units * Type::parts);
   }
@@ -125,7 +40,7 @@ QSL_INLINE void copy_run(const typename Type::Scalar* from, const Factor& factor
 template <class Type, int stride, int width, int units, class Factor>
 QSL_INLINE void copy_squares(const typename Type::Scalar* from, int ld, const Factor& factor,
                              typename Type::Scalar* to) {
-  using Vector = typename PackRegister<Type, units>::Vector;
+  using Vector = RegisterOf<Type, units>;
   if constexpr (width >= units) {
     Vector block[units];
     unroll<units>([&](auto i)
@@ -150,7 +65,7 @@ template <class Type, class Factor>
 [[gnu::noinline]] void pack_narrow(const typename Type::Scalar* from, int along_strip, int along_k,
                                    int valid, int width, int depth, const Factor& factor,
                                    typename Type::Scalar* to) {
-  using Vector = typename PackRegister<Type, 1>::Vector;
+  using Vector = Unit<Type>;
   for (int k = 0; k < depth; k++) {
     for (int i = 0; i < valid; i++) {
       factor.apply(Vector::load(from + i * along_strip)).store(to);
@@ -209,9 +124,8 @@ QSL_INLINE void pack_strips(const typename Type::Scalar* from, int ld, int count
 
 // The pack routine of an operation: OperationRecord::Pack.
 template <class Type, int width, int granule, bool along_k>
-void pack(const void* from, int ld, int width_in_all, int depth, const PackFactor& factor,
-          void* to) {
-  with_factor<Type>(factor, [&](const auto& applied) QSL_INLINE_LAMBDA {
+void pack(const void* from, int ld, int width_in_all, int depth, const Scaling& scaling, void* to) {
+  with_factor<Type>(scaling, [&](const auto& applied) QSL_INLINE_LAMBDA {
     pack_strips<Type, width, granule, along_k>(static_cast<const typename Type::Scalar*>(from), ld,
                                                width_in_all, depth, applied,
                                                static_cast<typename Type::Scalar*>(to));

@@ -19,7 +19,7 @@ QSL_INLINE void copy_to_lanes(const typename Type::Scalar* from, bool conjugate,
 
 // OperationRecord::Pack; the factor's value is not looked at.
 template <class Type, int width, class Vector, bool along_k>
-void pack_copies(const void* from_at, int ld, int count, int depth, const PackFactor& factor,
+void pack_copies(const void* from_at, int ld, int count, int depth, const Scaling& scaling,
                  void* to_at) {
   using Scalar = typename Type::Scalar;
   const auto* from = static_cast<const Scalar*>(from_at);
@@ -31,7 +31,7 @@ void pack_copies(const void* from_at, int ld, int count, int depth, const PackFa
     const int columns = count < width ? count : width;
     for (int k = 0; k < depth; k++) {
       for (int j = 0; j < columns; j++) {
-        copy_to_lanes<Type, Vector>(from + k * k_step + j * column_step, factor.conjugate, to);
+        copy_to_lanes<Type, Vector>(from + k * k_step + j * column_step, scaling.conjugate, to);
         to += Type::parts * Vector::lanes;
       }
     }

@@ -1,8 +1,9 @@
 // The level's own matrix product, by element type, for the routines that are built on it.
 #pragma once
 
-#include "blas/level3/kernels/element.h"
 #include "blas/level3/routines.h"
+#include "elements/element.h"
+#include "elements/groups.h"
 
 namespace qsl::QSL_LEVEL {
 

@@ -3,7 +3,8 @@
 
 #include <cstddef>
 
-#include "simd/inline.h"
+#include "elements/apply_factor.h"
+#include "elements/groups.h"
 
 namespace qsl::QSL_LEVEL {
 
@@ -56,14 +57,13 @@ inline MatrixDescriptor columns_of(MatrixDescriptor x, int column, int columns) 
   return x;
 }
 
-// The register tile, in elements.
+// The register tile, in elements. (The rounded sizes and the alignment are fields that the record is
+// required to have; nothing reads them.)
 struct TileRecord {
   int mr, nr, ku;
   int mr_rounded, nr_rounded;  // to a multiple of 8
   int align_doubles;
 };
-
-constexpr int round_up(int value, int unit) { return (value + unit - 1) / unit * unit; }
 
 constexpr TileRecord make_tile_record(int mr, int nr, int ku) {
   return {mr, nr, ku, round_up(mr, 8), round_up(nr, 8), 8};
@@ -92,18 +92,12 @@ struct BlockProduct {
 // What is contiguous in memory: the rows of A or columns of B of a strip, or k.
 enum PackDirection { along_strip, along_k };
 
-// A factor as the pack routines apply it.
-struct PackFactor {
-  const void* value;  // null for one
-  bool conjugate;
-};
-
 struct OperationRecord {
   // C := beta * C; stores zeros when beta is 0.
   using Scaler = void (*)(const MatrixDescriptor& c, const void* beta);
   // `width` rows (of A) or columns (of B) by `depth`, from the element at `from`, to strips at
   // `to`.
-  using Pack = void (*)(const void* from, int ld, int width, int depth, const PackFactor& factor,
+  using Pack = void (*)(const void* from, int ld, int width, int depth, const Scaling& scaling,
                         void* to);
   using Kernel = void (*)(const BlockProduct& product);
   using SimpleLoops = void (*)(const MatrixDescriptor& a, const MatrixDescriptor& b,

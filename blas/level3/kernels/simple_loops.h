@@ -7,29 +7,16 @@
 #pragma once
 
 #include "blas/level3/kernels/scale.h"
+#include "elements/product.h"
 
 namespace qsl::QSL_LEVEL {
-
-template <class Type>
-using Unit = typename PackRegister<Type, 1>::Vector;
-
-QSL_INLINE f64 product(f64 x, f64 y) { return x * y; }
-QSL_INLINE f64x2 product(f64x2 x, f64x2 y) {
-  return add_sub(x * dup_even(y), swap_pairs(x) * dup_odd(y));
-}
-QSL_INLINE ComplexInLow product(ComplexInLow x, ComplexInLow y) {
-  return {add_sub(x.v * dup_even(y.v), swap_pairs(x.v) * dup_odd(y.v))};
-}
-QSL_INLINE ComplexInLow operator+(ComplexInLow x, ComplexInLow y) { return {x.v + y.v}; }
-QSL_INLINE f64 negate_odd(f64 x) { return x; }
-QSL_INLINE ComplexInLow negate_odd(ComplexInLow x) { return {negate_odd(x.v)}; }
 
 // Element (row, col) of op(X), conjugated if op says so.
 template <class Type>
 QSL_INLINE Unit<Type> element(const MatrixDescriptor& x, int row, int col) {
   const auto value =
       Unit<Type>::load(reinterpret_cast<const typename Type::Scalar*>(x.at(row, col)));
-  return x.flags & conjugate_transposed ? negate_odd(value) : value;
+  return x.flags & conjugate_transposed ? conjugate<Type>(value) : value;
 }
 
 // C(:, j) += alpha * op(B)(k, j) * A(:, k)
@@ -39,7 +26,7 @@ QSL_INLINE void add_columns(const MatrixDescriptor& a, const MatrixDescriptor& b
   using Scalar = typename Type::Scalar;
   for (int k = 0; k < a.cols; k++) {
     Scalar value[2];
-    product(alpha, element<Type>(b, k, j)).store(value);
+    product<Type>(alpha, element<Type>(b, k, j)).store(value);
     const char* from = a.at(0, k);
     with_factor<Type>({value, false}, [&](const auto& factor) QSL_INLINE_LAMBDA {
       for_column<Type>(column, a.rows, [&](Scalar* at, auto nothing) QSL_INLINE_LAMBDA {
@@ -59,10 +46,10 @@ QSL_INLINE void add_sums(const MatrixDescriptor& a, const MatrixDescriptor& b,
   for (int i = 0; i < a.rows; i++) {
     Unit<Type> sum = Unit<Type>::zero();
     for (int k = 0; k < a.cols; k++) {
-      sum = sum + product(element<Type>(a, i, k), element<Type>(b, k, j));
+      sum = sum + product<Type>(element<Type>(a, i, k), element<Type>(b, k, j));
     }
     typename Type::Scalar* at = column + i * Type::parts;
-    (Unit<Type>::load(at) + product(sum, alpha)).store(at);
+    (Unit<Type>::load(at) + product<Type>(sum, alpha)).store(at);
   }
 }
 
@@ -73,7 +60,7 @@ void simple_loops(const MatrixDescriptor& a, const MatrixDescriptor& b, const Ma
   using Scalar = typename Type::Scalar;
   scale_matrix<Type>(c, beta);
   const auto* factor = static_cast<const Scalar*>(alpha_at);
-  if (is_zero(factor, Type::parts)) return;
+  if (is_zero<Type>(factor)) return;
   const auto alpha = Unit<Type>::load(factor);
   for (int j = 0; j < c.cols; j++) {
     auto* column = reinterpret_cast<Scalar*>(c.at(0, j));

@@ -20,17 +20,14 @@ inline constexpr int small_block_columns = 60;
 // From so many columns on, a strip of A is packed even if it could be read in place.
 inline constexpr int columns_that_pay_packing = 24;
 
-// A strip of fewer rows than a register holds: `rows` of them, or one less, and so on.
+// A strip of `rows` rows to the buffer.
 template <class Type, int rows>
-QSL_INLINE void pack_few(int valid, bool a_plain, const typename Type::Scalar* a, int ld, int depth,
-                         typename Type::Scalar* strip) {
-  if constexpr (rows > 0) {
-    if (valid < rows) return pack_few<Type, rows - 1>(valid, a_plain, a, ld, depth, strip);
-    if (a_plain) {
-      pack_strip<Type, rows, false>(a, ld, depth, Unchanged{}, strip);
-    } else {
-      pack_strip<Type, rows, true>(a, ld, depth, Unchanged{}, strip);
-    }
+QSL_INLINE void pack_rows(bool a_plain, const typename Type::Scalar* a, int ld, int depth,
+                          typename Type::Scalar* strip) {
+  if (a_plain) {
+    pack_strip<Type, rows, false>(a, ld, depth, Unchanged{}, strip);
+  } else {
+    pack_strip<Type, rows, true>(a, ld, depth, Unchanged{}, strip);
   }
 }
 
@@ -48,27 +45,27 @@ QSL_INLINE SmallStrip<Type> take_strip(const SmallProduct<Type>& p, int row, int
   if (!packed) return {a, p.a_k};
   const int ld = p.a_plain ? p.a_k : p.a_row;
   if (rows < width) {
-    pack_few<Type, width - 1>(rows, p.a_plain, a, ld, depth, strip);
-  } else if (p.a_plain) {
-    pack_strip<Type, width, false>(a, ld, depth, Unchanged{}, strip);
+    at_index<1, width - 1>(rows, [&](auto fewer) QSL_INLINE_LAMBDA {
+      pack_rows<Type, fewer.value>(p.a_plain, a, ld, depth, strip);
+    });
   } else {
-    pack_strip<Type, width, true>(a, ld, depth, Unchanged{}, strip);
+    pack_rows<Type, width>(p.a_plain, a, ld, depth, strip);
   }
   return {strip, rows * Type::parts};
 }
 
-// The last rows, fewer than a register: one function for each count, or one with a mask.
-template <class Type, class Shape, int rows = Shape::Vector::lanes - Type::parts>
+// The last rows, fewer than a register: one function with a mask, or one for each count.
+template <class Type, class Shape>
 QSL_INLINE void small_last_rows(const SmallProduct<Type>& p, const SmallBlock<Type>& block,
                                 int valid) {
-  if constexpr (Shape::Vector::bytes == 64) {
-    small_strip<Type, typename Shape::Vector, 1, 6>(p, block, valid);
-  } else if constexpr (rows > 0) {
-    if (valid == rows) {
-      small_strip<Type, typename Shape::Vector, 1, 6>(p, block, Index<rows>{});
-    } else {
-      small_last_rows<Type, Shape, rows - Type::parts>(p, block, valid);
-    }
+  using Vector = typename Shape::Vector;
+  if constexpr (Vector::bytes == 64) {
+    small_strip<Type, Vector, 1, 6>(p, block, valid);
+  } else {
+    at_index<1, Vector::lanes / Type::parts - 1>(
+        valid / Type::parts, [&](auto rows) QSL_INLINE_LAMBDA {
+          small_strip<Type, Vector, 1, 6>(p, block, Index<rows.value * Type::parts>{});
+        });
   }
 }
 

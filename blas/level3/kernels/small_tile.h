@@ -3,9 +3,9 @@
 // Sizes and strides count in scalars; see tile.h for how a complex product becomes a real one.
 #pragma once
 
-#include "blas/level3/kernels/factor.h"
 #include "blas/level3/kernels/some_rows.h"
 #include "blas/level3/kernels/write_back.h"
+#include "elements/apply_factor.h"
 
 namespace qsl::QSL_LEVEL {
 
@@ -102,14 +102,14 @@ QSL_INLINE Vector small_result(const SmallProduct<Type>& p, const Sums<Vector, V
     if (p.conjugate_a != p.conjugate_b) by_imaginary = negate_odd(negate_even(by_imaginary));
     Vector sum = complex_sum(sums.at[v][2 * j], by_imaginary);
     if (p.conjugate_a) sum = negate_odd(sum);
-    return is_one(p.alpha, 2) ? sum : times(sum, p.alpha);
+    return is_one<Type>(p.alpha) ? sum : product<Type>(sum, Vector::broadcast_pair(p.alpha));
   }
 }
 
 template <class Type>
 QSL_INLINE Update update_by(const typename Type::Scalar* beta) {
-  if (is_zero(beta, Type::parts)) return Update::store;
-  return is_one(beta, Type::parts) ? Update::add : Update::scale;
+  if (is_zero<Type>(beta)) return Update::store;
+  return is_one<Type>(beta) ? Update::add : Update::scale;
 }
 
 template <class Type, class Vector>
@@ -119,7 +119,7 @@ QSL_INLINE Vector updated(Vector result, Vector c, const typename Type::Scalar* 
   if constexpr (Type::parts == 1) {
     return mul_add(c, Vector::broadcast_from(beta), result);
   } else {
-    return result + times(c, beta);
+    return result + product<Type>(c, Vector::broadcast_pair(beta));
   }
 }
 
@@ -148,20 +148,6 @@ QSL_INLINE void small_tile(const SmallProduct<Type>& p, const SmallBlock<Type>& 
   });
 }
 
-// The columns that are left: N real ones, or fewer.
-template <class Type, class Vector, int V, int N, class Rows>
-QSL_INLINE void small_last_columns(const SmallProduct<Type>& p, const SmallBlock<Type>& block,
-                                   const typename Type::Scalar* b, typename Type::Scalar* c,
-                                   int columns, Rows rows) {
-  if constexpr (N > 0) {
-    if (columns == N / Type::parts) {
-      small_tile<Type, Vector, V, N>(p, block, b, c, rows);
-    } else {
-      small_last_columns<Type, Vector, V, N - Type::parts>(p, block, b, c, columns, rows);
-    }
-  }
-}
-
 // All columns of a block for one strip of V registers of rows; `rows` says how many scalars of the
 // last one count: an Index, or an int where registers have masks.
 template <class Type, class Vector, int V, int N, class Rows>
@@ -176,7 +162,12 @@ template <class Type, class Vector, int V, int N, class Rows>
     b += elements * p.b_column;
     c += elements * p.ldc;
   }
-  small_last_columns<Type, Vector, V, N - Type::parts>(p, block, b, c, columns, rows);
+  if constexpr (elements > 1) {
+    if (columns == 0) return;
+    at_index<1, elements - 1>(columns, [&](auto left) QSL_INLINE_LAMBDA {
+      small_tile<Type, Vector, V, left.value * Type::parts>(p, block, b, c, rows);
+    });
+  }
 }
 
 }  // namespace qsl::QSL_LEVEL

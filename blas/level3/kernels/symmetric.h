@@ -5,8 +5,8 @@
 // small array on the stack. The extra work of the leaves is about leaf_order / n of the whole.
 #pragma once
 
-#include "blas/level3/kernels/factor.h"
 #include "blas/level3/kernels/product_of.h"
+#include "elements/apply_factor.h"
 
 namespace qsl::QSL_LEVEL {
 
@@ -79,7 +79,7 @@ struct TriangleProduct {
 // C := beta * C + square, in the triangle.
 inline void add_triangle(const TriangleProduct& p, int n, const double* square, double* c) {
   const f64 beta = f64::load(p.beta);
-  const bool store = is_zero(p.beta, 1);
+  const bool store = is_zero<Real>(p.beta);
   for (int j = 0; j < n; j++) {
     const int end = p.lower ? n : j + 1;
     for (int i = p.lower ? j : 0; i < end; i++) {
@@ -118,7 +118,7 @@ inline void triangle_product(const TriangleProduct& p, int n, const double* a, c
 
 // True when C stays as it is.
 QSL_INLINE bool adds_nothing(int k, const double* alpha, const double* beta) {
-  return (k == 0 || is_zero(alpha, 1)) && is_one(beta, 1);
+  return (k == 0 || is_zero<Real>(alpha)) && is_one<Real>(beta);
 }
 
 }  // namespace qsl::QSL_LEVEL

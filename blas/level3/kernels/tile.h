@@ -12,6 +12,8 @@
 //   strip_columns       columns of a strip of packed B, one or two tiles
 //   ku                  values of k that are worked off together; blocks are multiples of it
 //   copies              how often each value of packed B is repeated
+//   wide_columns        columns of a second tile for strips of one vector, which may take more of
+//                       them, by accumulate_wide; 0 for a level without one
 //   accumulate<V, N>    sums a narrower or full tile of V vectors by N columns:
 //       a               for each k, V * lanes scalars, aligned to the vector's size
 //       b               for each k, N * copies scalars, b_step apart
@@ -56,6 +58,7 @@ struct BroadcastTile {
   static constexpr int ku = ku_;
   static constexpr int factor = factor_;
   static constexpr int copies = copies_;
+  static constexpr int wide_columns = 0;
 
   QSL_INLINE static Vector value(const Scalar* b) {
     if constexpr (copies == 1) {

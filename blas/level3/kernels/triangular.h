@@ -5,8 +5,8 @@
 #pragma once
 
 #include "blas/level3/kernels/scale.h"
-#include "blas/level3/kernels/small_triangle.h"
 #include "blas/level3/kernels/triangular_leaf.h"
+#include "elements/small_triangle.h"
 
 namespace qsl::QSL_LEVEL {
 
@@ -98,23 +98,6 @@ void triangular_recursion(const TriangularCall<Type>& t, int n, const typename T
   }
 }
 
-// Elements of a type in registers of 256 bits where the level has them, or of 128.
-#if defined(__AVX__)
-using RegisterOfSmall = f64x4;
-#else
-using RegisterOfSmall = f64x2;
-#endif
-template <int parts>
-struct PartsInRegisters {
-  using Elements = RealElements<RegisterOfSmall>;
-};
-template <>
-struct PartsInRegisters<2> {
-  using Elements = ComplexElements<RegisterOfSmall>;
-};
-template <class Type>
-using ElementsInRegisters = typename PartsInRegisters<Type::parts>::Elements;
-
 template <class Type, TriangularWork work>
 QSL_INLINE void triangular(int side, int uplo, int trans, int diag, int m, int n,
                            const typename Type::Element* alpha, const typename Type::Element* a,
@@ -123,13 +106,13 @@ QSL_INLINE void triangular(int side, int uplo, int trans, int diag, int m, int n
   const auto* factor = reinterpret_cast<const typename Type::Scalar*>(alpha);
   const bool left = side == QSL_LEFT;
   scale_matrix<Type>(describe(b, m, n, ldb, 0, sizeof(typename Type::Element)), alpha);
-  if (is_zero(factor, Type::parts)) return;
+  if (is_zero<Type>(factor)) return;
   const bool op_is_lower = (uplo == QSL_LOWER) == (trans == 0);
   // The triangles of a factorisation, where they are small.
   if constexpr (work == TriangularWork::solve) {
     if (left && m <= largest_triangle_in_registers && trans == 0 &&
         op_is_lower == (diag == QSL_UNIT)) {
-      using Elements = ElementsInRegisters<Type>;
+      using Elements = InRegisters<Type, Within256<double>>;
       const auto* from = reinterpret_cast<const double*>(a);
       auto* to = reinterpret_cast<double*>(b);
       if (op_is_lower) {

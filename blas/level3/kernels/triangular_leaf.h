@@ -6,10 +6,9 @@
 // time, in a strip that holds element i of all of them together, as packed A does.
 #pragma once
 
-#include "blas/level3/kernels/division.h"
 #include "blas/level3/kernels/pack.h"
 #include "blas/level3/kernels/product_of.h"
-#include "blas/level3/kernels/simple_loops.h"
+#include "elements/division.h"
 
 namespace qsl::QSL_LEVEL {
 
@@ -52,33 +51,15 @@ QSL_INLINE void read_leaf(const typename Type::Scalar* a, int i_step, int j_step
       }
     }
     if (work == TriangularWork::solve && !leaf.unit) {
-      set_division(to + i * parts, leaf.diagonal + i * parts, leaf.divisor + i, Type{});
+      set_quotient<Type>(to + i * parts, leaf.diagonal + i * parts, leaf.divisor + i);
     }
   }
-}
-
-// x with its complex numbers times i; nothing for a real x.
-template <class Type, class Vector>
-QSL_INLINE Vector turned(Vector x) {
-  if constexpr (Type::parts == 1) return x;
-  return negate_even(swap_pairs(x));
-}
-
-// sum + factor * x
-template <class Type, class Vector>
-QSL_INLINE Vector add_multiple(Vector sum, Vector x, Vector x_turned,
-                               const typename Type::Scalar* factor) {
-  sum = mul_add(x, Vector::broadcast_from(factor), sum);
-  if constexpr (Type::parts == 2) {
-    sum = mul_add(x_turned, Vector::broadcast_from(factor + 1), sum);
-  }
-  return sum;
 }
 
 template <class Type, class Vector>
 QSL_INLINE Vector divide(const TriangularLeaf<Type>& leaf, int i, Vector sum) {
   if constexpr (Type::parts == 2) {
-    sum = times(sum, leaf.diagonal + 2 * i);
+    sum = product<Type>(sum, Vector::broadcast_pair(leaf.diagonal + 2 * i));
   }
   return sum / Vector::broadcast_from(leaf.divisor + i);
 }
@@ -96,19 +77,17 @@ QSL_INLINE void solve_rows(const TriangularLeaf<Type>& leaf, int i, typename Typ
   const int x_step = leaf.backward ? -Vector::lanes : Vector::lanes;
   for (int j = i; j > 0; j--) {
     keep(j);
-    const Vector x = Vector::load_aligned(x_at);
-    const Vector x_turned = turned<Type>(x);
+    const Turned<Type, Vector> x(Vector::load_aligned(x_at));
     unroll<rows>([&](auto r) QSL_INLINE_LAMBDA {
-      sum[r.value] =
-          add_multiple<Type>(sum[r.value], x, x_turned, factor + r.value * leaf_order * parts);
+      sum[r.value] = x.times_plus(factor + r.value * leaf_order * parts, sum[r.value]);
     });
     factor += parts;
     x_at += x_step;
   }
   unroll<rows>([&](auto r) QSL_INLINE_LAMBDA {
     unroll<r.value>([&](auto s) QSL_INLINE_LAMBDA {
-      sum[r.value] = add_multiple<Type>(sum[r.value], sum[s.value], turned<Type>(sum[s.value]),
-                                        leaf.row(i + r.value) + (i + s.value) * parts);
+      sum[r.value] = Turned<Type, Vector>(sum[s.value])
+                         .times_plus(leaf.row(i + r.value) + (i + s.value) * parts, sum[r.value]);
     });
     if (!leaf.unit) sum[r.value] = divide(leaf, i + r.value, sum[r.value]);
     sum[r.value].store_aligned(strip + leaf.element(i + r.value) * Vector::lanes);
@@ -131,11 +110,11 @@ QSL_INLINE void multiply_strip_by(const TriangularLeaf<Type>& leaf, typename Typ
     const auto* factor = leaf.row(i);
     Vector sum = Vector::load_aligned(own);
     if (!leaf.unit) {
-      sum = add_multiple<Type>(Vector::zero(), sum, turned<Type>(sum), factor + i * Type::parts);
+      sum = Turned<Type, Vector>(sum).times_plus(factor + i * Type::parts, Vector::zero());
     }
     for (int j = 0; j < i; j++) {
-      const Vector x = Vector::load_aligned(strip + leaf.element(j) * Vector::lanes);
-      sum = add_multiple<Type>(sum, x, turned<Type>(x), factor + j * Type::parts);
+      const Turned<Type, Vector> x(Vector::load_aligned(strip + leaf.element(j) * Vector::lanes));
+      sum = x.times_plus(factor + j * Type::parts, sum);
     }
     sum.store_aligned(own);
   }
@@ -145,7 +124,7 @@ QSL_INLINE void multiply_strip_by(const TriangularLeaf<Type>& leaf, typename Typ
 template <class Type, int width, bool along_k>
 QSL_INLINE void unpack_strip(const typename Type::Scalar* strip, int depth,
                              typename Type::Scalar* to, int ld) {
-  using Vector = typename PackRegister<Type, width>::Vector;
+  using Vector = RegisterOf<Type, width>;
   constexpr int stride = width * Type::parts;
   if constexpr (along_k) {
     int k = 0;
@@ -185,7 +164,7 @@ template <class Type, TriangularWork work, bool left>
 QSL_INLINE void work_on_strips(const TriangularLeaf<Type>& leaf, int count,
                                typename Type::Scalar* b, int ldb) {
   constexpr int width = widest<Type>;
-  using Vector = typename PackRegister<Type, width>::Vector;
+  using Vector = RegisterOf<Type, width>;
   constexpr int parts = Type::parts;
   const int ld = ldb * parts;
   const int along_strip = left ? ld : parts;

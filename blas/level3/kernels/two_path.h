@@ -19,6 +19,7 @@ QSL_INLINE Path path_by_size(bool a_plain, int m, int n, const PathLimits& limit
   return m < limit || n < limit ? Path::small : Path::blocked;
 }
 
+// (Required as it stands, the two orders 9 and 12 and every limit: the path decides the bits.)
 QSL_INLINE Path choose_path(bool a_plain, int m, int n, int k, bool alpha_is_zero,
                             bool beta_is_zero, const PathLimits& limits) {
   if (m == k && (m == 9 || m == 12) && beta_is_zero) return Path::small;
@@ -39,41 +40,40 @@ template <class Shape>
                                     const void* a, int lda, const void* b, int ldb,
                                     const void* beta, void* c, int ldc) {
   using Type = typename Shape::Type;
-  constexpr const OperationRecord& op = operation_record<Shape, typename Shape::Tile>;
+  constexpr const OperationRecord& op = operation_record<Type, typename Shape::Tile>;
   constexpr int size = sizeof(typename Type::Element);
   const MatrixDescriptor a_matrix = describe(a, m, k, lda, transa, size);
   const MatrixDescriptor b_matrix = describe(b, k, n, ldb, transb, size);
   const MatrixDescriptor c_matrix = describe(c, m, n, ldc, 0, size);
-  if (k == 0 || is_zero(static_cast<const typename Type::Scalar*>(alpha), Type::parts)) {
+  if (k == 0 || is_zero<Type>(alpha)) {
     return op.scale(c_matrix, beta);
   }
   const bool simple = transa != 0 && transb == 0 ? m < 8 : n < 2;
   if (simple) return op.simple_loops(a_matrix, b_matrix, c_matrix, alpha, beta);
   blocked_product(op, Shape::blocks, Shape::depth(k, op.tile.ku), a_matrix, b_matrix, c_matrix,
-                  alpha, beta,
-                  is_zero(static_cast<const typename Type::Scalar*>(beta), Type::parts));
+                  alpha, beta, is_zero<Type>(beta));
 }
 
+// The product of a level: Type, Tile, Small, HalvedDepth depth, BlockNumbers blocks and PathLimits
+// limits are its shape.
 template <class Shape>
-QSL_INLINE void two_path_gemm(int transa, int transb, int m, int n, int k,
-                              const typename Shape::Type::Element* alpha_at,
-                              const typename Shape::Type::Element* a, int lda,
-                              const typename Shape::Type::Element* b, int ldb,
-                              const typename Shape::Type::Element* beta_at,
-                              typename Shape::Type::Element* c, int ldc) {
+struct TwoPathGemm {
   using Type = typename Shape::Type;
-  using Scalar = typename Type::Scalar;
-  const auto* alpha = reinterpret_cast<const Scalar*>(alpha_at);
-  const auto* beta = reinterpret_cast<const Scalar*>(beta_at);
-  const bool alpha_is_zero = is_zero(alpha, Type::parts);
-  const bool beta_is_zero = is_zero(beta, Type::parts);
-  const Path path = choose_path(transa == 0, m, n, k, alpha_is_zero, beta_is_zero, Shape::limits);
-  if (path == Path::small && !alpha_is_zero && k > 0) {
-    return small_product<Type, typename Shape::Small>(
-        transa, transb, m, n, k, alpha, reinterpret_cast<const Scalar*>(a), lda,
-        reinterpret_cast<const Scalar*>(b), ldb, beta, reinterpret_cast<Scalar*>(c), ldc);
+  using Element = typename Type::Element;
+
+  QSL_INLINE static void multiply(int transa, int transb, int m, int n, int k, const Element* alpha,
+                                  const Element* a, int lda, const Element* b, int ldb,
+                                  const Element* beta, Element* c, int ldc) {
+    const bool alpha_is_zero = is_zero<Type>(alpha);
+    const Path path =
+        choose_path(transa == 0, m, n, k, alpha_is_zero, is_zero<Type>(beta), Shape::limits);
+    if (path == Path::small && !alpha_is_zero && k > 0) {
+      return small_product<Type, typename Shape::Small>(transa, transb, m, n, k, scalars(alpha),
+                                                        scalars(a), lda, scalars(b), ldb,
+                                                        scalars(beta), scalars(c), ldc);
+    }
+    blocked_gemm<Shape>(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
   }
-  blocked_gemm<Shape>(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-}
+};
 
 }  // namespace qsl::QSL_LEVEL

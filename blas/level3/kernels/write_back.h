@@ -5,16 +5,10 @@
 // them is cut, so that nothing outside C is read or written.
 #pragma once
 
-#include "blas/level3/kernels/element.h"
 #include "blas/level3/kernels/tile.h"
+#include "elements/product.h"
 
 namespace qsl::QSL_LEVEL {
-
-// A * re + i * A * im, lane pairs being complex numbers.
-template <class Vector>
-QSL_INLINE Vector complex_sum(Vector by_real, Vector by_imaginary) {
-  return add_sub(by_real, swap_pairs(by_imaginary));
-}
 
 // Vector v of column j.
 template <class Type, class Vector, int V, int N>
@@ -39,8 +33,8 @@ QSL_INLINE void write_back(const Sums<Vector, V, N>& sums, typename Type::Scalar
         if (!overwrite) sum = Vector::load(to) + sum;
         sum.store(to);
       } else {
-        if (!overwrite) sum = Vector::load_first(to, last) + sum;
-        sum.store_first(to, last);
+        if (!overwrite) sum = Vector::load_rest(to, last) + sum;
+        sum.store_rest(to, last);
       }
     });
   });

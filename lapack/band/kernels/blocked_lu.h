@@ -56,7 +56,7 @@ template <class Elements>
   for (int k = 0; k < block.count; k++) {
     const int below = block.f.rows_below(block.first + k);
     copy_elements<Elements>(below,
-                            block.f.element(block.first + k, block.first + k) + Elements::unit,
+                            block.f.element(block.first + k, block.first + k) + Elements::parts,
                             block.multiplier(k + 1, k));
     clear<Elements>(block.multiplier(k + 1 + below, k), block.rows - k - 1 - below);
     const int other = block.pivot(k);
@@ -73,13 +73,13 @@ template <class Elements>
     double* const column = block.f.element(block.first, block.first + block.count + c);
     const int stored = block.first_stored(c);
     clear<Elements>(block.right(0, c), stored);
-    copy_elements<Elements>(block.count - stored, column + stored * Elements::unit,
+    copy_elements<Elements>(block.count - stored, column + stored * Elements::parts,
                             block.right(stored, c));
     for (int k = 0; k < block.count; k++) {
       const int other = block.pivot(k);
       exchange_elements<Elements>(block.right(k, c), other < block.count
                                                          ? block.right(other, c)
-                                                         : column + other * Elements::unit);
+                                                         : column + other * Elements::parts);
     }
   }
 }

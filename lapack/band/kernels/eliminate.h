@@ -7,9 +7,10 @@
 // stored over it.
 #pragma once
 
+#include "elements/division.h"
+#include "elements/for_each_register.h"
+#include "elements/magnitude.h"
 #include "lapack/band/kernels/band_factors.h"
-#include "lapack/kernels/magnitude.h"
-#include "lapack/kernels/pivot_column.h"
 
 namespace qsl::QSL_LEVEL {
 
@@ -19,10 +20,10 @@ namespace qsl::QSL_LEVEL {
 template <class Elements>
 struct Multipliers {
   static constexpr int most = 108;
-  static constexpr int before = (Elements::Vector::lanes / Elements::unit - 1) * Elements::unit;
+  static constexpr int before = (Elements::Vector::lanes / Elements::parts - 1) * Elements::parts;
 
-  alignas(64) double direct[before + (most + 1) * Elements::unit];
-  alignas(64) double swapped[before + (most + 1) * Elements::unit];
+  alignas(64) double direct[before + (most + 1) * Elements::parts];
+  alignas(64) double swapped[before + (most + 1) * Elements::parts];
 
   QSL_INLINE Multipliers() {
     Elements::Narrow::zero().store(direct + before);
@@ -35,9 +36,9 @@ struct Multipliers {
   }
   // x - (multiplier of row i) * factor, a register of rows
   template <class Register>
-  QSL_INLINE Register subtract(Register x, int i, const BandFactor<Register>& by) const {
-    return neg_mul_add(Register::load(swapped + before + i), by.imag,
-                       neg_mul_add(Register::load(direct + before + i), by.real, x));
+  QSL_INLINE Register subtract(Register x, int i, const RegisterFactor<2, Register>& by) const {
+    return by.taken_from(x, Register::load(direct + before + i),
+                         Register::load(swapped + before + i));
   }
 };
 
@@ -47,8 +48,8 @@ template <class Elements, class Row>
 QSL_INLINE void for_rows_below(int rows, const Row& row) {
   using Vector = typename Elements::Vector;
   using Narrow = typename Elements::Narrow;
-  const int end = (rows + 1) * Elements::unit;
-  int i = Elements::unit;
+  const int end = (rows + 1) * Elements::parts;
+  int i = Elements::parts;
   for (; i + Vector::lanes <= end; i += Vector::lanes) row(i, Vector::zero());
   if constexpr (Vector::lanes > Narrow::lanes) {
     for (; i < end; i += Narrow::lanes) row(i, Narrow::zero());
@@ -61,17 +62,17 @@ template <class Elements>
                                            Multipliers<Elements>& multipliers) {
   using Vector = typename Elements::Vector;
   using Narrow = typename Elements::Narrow;
-  constexpr int unit = Elements::unit;
-  constexpr int together = Vector::lanes / unit;
-  const Division division(column + pivot * unit);
-  const Narrow greatest = Narrow::load(column + pivot * unit);
+  constexpr int parts = Elements::parts;
+  constexpr int together = Vector::lanes / parts;
+  const ScaledDivision division(column + pivot * parts);
+  const Narrow greatest = Narrow::load(column + pivot * parts);
   // The register that holds the pivot's row, put together from elements: the diagonal's stands in
   // for the pivot. Without an exchange it is the first register as it is.
   const int own = pivot > 0 ? pivot : 1;
   const int first = 1 + (own - 1) / together * together;
   const bool whole = first + together - 1 <= rows;
   const auto taken = [&](int row) QSL_INLINE_LAMBDA {
-    return Narrow::load(column + (row == pivot ? 0 : row) * unit);
+    return Narrow::load(column + (row == pivot ? 0 : row) * parts);
   };
   division.with<Vector>([&](const auto& quotient) QSL_INLINE_LAMBDA {
     const auto set = [&](int i, auto x) QSL_INLINE_LAMBDA {
@@ -82,14 +83,14 @@ template <class Elements>
     const Narrow alone = taken(own);
     [[maybe_unused]] Vector put_together;
     if constexpr (together == 2) {
-      if (whole) put_together = join(taken(first), taken(first + 1));
+      if (whole) put_together = combine(taken(first), taken(first + 1));
     }
     for_rows_below<Elements>(
         rows, [&](int i, auto x) QSL_INLINE_LAMBDA { set(i, decltype(x)::load(column + i)); });
     if (together == 2 && whole) {
-      set(first * unit, put_together);
+      set(first * parts, put_together);
     } else {
-      set(own * unit, alone);
+      set(own * parts, alone);
     }
   });
   greatest.store(column);
@@ -111,7 +112,7 @@ template <class Elements>
                                            const Multipliers<Elements>& multipliers, double* column,
                                            int step) {
   using Narrow = typename Elements::Narrow;
-  const int other = pivot * Elements::unit;
+  const int other = pivot * Elements::parts;
   for (; columns > 0; columns--) {
     const auto by = Elements::Factor::read(column + other);
     const Narrow taken = Narrow::load(column + other);
@@ -153,25 +154,25 @@ template <class Elements>
 // One step with any number of rows: the exchange first, then the rows in blocks.
 template <class Elements>
 [[gnu::noinline]] void long_step(int columns, int rows, int pivot, double* diagonal, int step) {
-  constexpr int unit = Elements::unit;
+  constexpr int parts = Elements::parts;
   if (pivot != 0) {
     for (int c = 0; c <= columns; c++) {
       double* column = at<Elements>(diagonal, c, step);
-      exchange_elements<Elements>(column, column + pivot * unit);
+      exchange_elements<Elements>(column, column + pivot * parts);
     }
   }
-  const Division division(diagonal);
+  const ScaledDivision division(diagonal);
   division.with<typename Elements::Vector>([&](const auto& quotient) QSL_INLINE_LAMBDA {
-    for_each_register<Elements>(rows, diagonal + unit,
+    for_each_register<Elements>(rows, diagonal + parts,
                                 [&](auto x) QSL_INLINE_LAMBDA { return quotient(x); });
   });
   Multipliers<Elements> multipliers;
   in_blocks(rows, Multipliers<Elements>::most, [&](int row, int count) QSL_INLINE_LAMBDA {
-    const double* l = diagonal + row * unit;
+    const double* l = diagonal + row * parts;
     for_rows_below<Elements>(count, [&](int i, auto x) QSL_INLINE_LAMBDA {
       multipliers.set(i, decltype(x)::load(l + i));
     });
-    update_rows<Elements>(columns, row * unit, count, multipliers, at<Elements>(diagonal, 1, step),
+    update_rows<Elements>(columns, row * parts, count, multipliers, at<Elements>(diagonal, 1, step),
                           step);
   });
 }

@@ -21,7 +21,7 @@ QSL_INLINE void clear(double* p, int count) {
   using Narrow = typename Elements::Narrow;
   for (; count > 0; count--) {
     Narrow::zero().store(p);
-    p += Elements::unit;
+    p += Elements::parts;
   }
 }
 
@@ -42,7 +42,7 @@ template <class Elements>
     double* const diagonal = f.element(j, j);
     const int pivot = index_of_greatest<Elements>(rows + 1, diagonal);
     e.ipiv[j] = j + pivot + 1;
-    if (is_zero_element<Elements>(diagonal + pivot * Elements::unit)) {
+    if (is_zero<Elements>(diagonal + pivot * Elements::parts)) {
       if (e.first_zero == 0) e.first_zero = j + 1;
       continue;
     }

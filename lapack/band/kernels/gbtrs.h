@@ -4,6 +4,7 @@
 // from the cache for all but the first.
 #pragma once
 
+#include "elements/division.h"
 #include "lapack/band/kernels/band_factors.h"
 
 namespace qsl::QSL_LEVEL {
@@ -19,31 +20,28 @@ template <class Elements, bool from_end>
 QSL_INLINE void subtract_column(int rows, typename Elements::Narrow x, const double* a, double* y) {
   using Vector = typename Elements::Vector;
   using Narrow = typename Elements::Narrow;
-  constexpr int unit = Elements::unit;
-  const Narrow real = dup_even(x);
-  const Narrow imag = negate_even(dup_odd(x));
+  constexpr int parts = Elements::parts;
+  const auto by = RegisterFactor<2, Narrow>::of_pairs(x);
   const auto one = [&](int i) QSL_INLINE_LAMBDA {
-    const Narrow l = Narrow::load(a + i);
-    neg_mul_add(swap_pairs(l), imag, neg_mul_add(l, real, Narrow::load(y + i))).store(y + i);
+    by.taken_from(Narrow::load(y + i), Narrow::load(a + i)).store(y + i);
   };
-  const int n = rows * unit;
-  if constexpr (Vector::lanes == unit) {
-    for (int i = 0; i < n; i += unit) one(i);
+  const int n = rows * parts;
+  if constexpr (Vector::lanes == parts) {
+    for (int i = 0; i < n; i += parts) one(i);
   } else {
     int begin = 0, end = n;
-    const int near = near_rows * unit;
+    const int near = near_rows * parts;
     if (n > near) {
       const int wide = (n - near) / Vector::lanes * Vector::lanes;
       const int first = from_end ? 0 : n - wide;
-      const Vector wide_real = join(real, real), wide_imag = join(imag, imag);
+      const RegisterFactor<2, Vector> wide_by = {combine(by.real, by.real),
+                                                 combine(by.imag, by.imag)};
       for (int i = first; i < first + wide; i += Vector::lanes) {
-        const Vector l = Vector::load(a + i);
-        neg_mul_add(swap_pairs(l), wide_imag, neg_mul_add(l, wide_real, Vector::load(y + i)))
-            .store(y + i);
+        wide_by.taken_from(Vector::load(y + i), Vector::load(a + i)).store(y + i);
       }
       (from_end ? begin : end) = from_end ? wide : first;
     }
-    for (int i = begin; i < end; i += unit) one(i);
+    for (int i = begin; i < end; i += parts) one(i);
   }
 }
 
@@ -58,8 +56,8 @@ template <class Elements>
     const Narrow x = Narrow::load(other);
     Narrow::load(own).store(other);
     x.store(own);
-    subtract_column<Elements, false>(f.rows_below(j), x, f.element(j, j) + Elements::unit,
-                                     own + Elements::unit);
+    subtract_column<Elements, false>(f.rows_below(j), x, f.element(j, j) + Elements::parts,
+                                     own + Elements::parts);
   }
 }
 
@@ -71,9 +69,8 @@ template <class Elements>
   for (int j = end - 1; j >= first; j--) {
     double* const own = at<Elements>(b, j);
     Narrow x = Narrow::load(own);
-    Division(f.element(j, j)).template with<Narrow>([&](const auto& quotient) QSL_INLINE_LAMBDA {
-      x = quotient(x);
-    });
+    ScaledDivision(f.element(j, j))
+        .template with<Narrow>([&](const auto& quotient) QSL_INLINE_LAMBDA { x = quotient(x); });
     x.store(own);
     const int rows = f.rows_above(j);
     subtract_column<Elements, true>(rows, x, f.element(j - rows, j), at<Elements>(b, j - rows));

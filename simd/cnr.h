@@ -1,5 +1,0 @@
-// Vector types of the level cnr: SSE2, the reproducible bodies. f64x2, f32x4.
-#pragma once
-
-#include "simd/f32x4.h"
-#include "simd/f64x2.h"
