@@ -11,7 +11,8 @@
 #
 # First the probe runs through the rows of tests/emulation/avx512-selection.txt. A processor that has
 # AVX-512 leaves it at that: CTest runs type 9 there. On others follow the programs that CTest repeats
-# for each processor type, with QSL_DEBUG_CPU_TYPE=9 and again with QSL_CBWR=AVX512 added, and those of tests/emulation/avx512-programs.txt.
+# for each processor type, with QSL_DEBUG_CPU_TYPE=9 and again with QSL_CBWR=AVX512 added, and those of
+# tests/emulation/avx512-programs.txt.
 # QSL_TEST_EMULATED=1 is set for all, so that they take fewer shapes, and QSL_TEST_LEVELS=avx512.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
