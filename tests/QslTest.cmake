@@ -6,8 +6,9 @@
 #   PER_TYPE  one CTest test for each of QSL_TEST_TYPES and of QSL_TEST_MODES; otherwise one test with
 #             the detected type
 
-# The processor types that run here, and reproducible modes as type:value of QSL_CBWR. A build with
-# sanitizers runs the types whose kernels are instrumented, and one mode.
+# The processor types that run here, and reproducible modes as type:value of QSL_CBWR. The first mode has
+# bodies of its own; the others take those of another run, and few shapes. A build with sanitizers runs
+# the types whose kernels are instrumented, and one mode.
 set(QSL_TEST_TYPES ${QSL_NATIVE_TYPES})
 set(QSL_TEST_MODES 2:COMPATIBLE 4:COMPATIBLE)
 if(9 IN_LIST QSL_NATIVE_TYPES)
@@ -75,10 +76,12 @@ function(qsl_add_test name)
   foreach(type IN LISTS QSL_TEST_TYPES)
     add_type_test(${name} type${type} ${arg_TIMEOUT} QSL_DEBUG_CPU_TYPE=${type})
   endforeach()
+  set(few_shapes)
   foreach(row IN LISTS QSL_TEST_MODES)
     string(REPLACE ":" ";" row ${row})
     list(POP_FRONT row type mode)
     add_type_test(${name} type${type}.reproducible ${arg_TIMEOUT}
-        QSL_DEBUG_CPU_TYPE=${type} QSL_CBWR=${mode})
+        QSL_DEBUG_CPU_TYPE=${type} QSL_CBWR=${mode} ${few_shapes})
+    set(few_shapes QSL_TEST_EMULATED=1)
   endforeach()
 endfunction()

@@ -2,13 +2,13 @@
 # Formatting (clang-format), clang-tidy, cppcheck and shellcheck. With --fix the formatting is put right
 # instead.
 #
-# Kernel bodies are written once and compiled for every level, so they are read at the levels that take
+# Kernel bodies are written once and compiled for every level. They are read at the levels that take
 # every branch of an #if between them: `p4` knows no SSE3, `avx` no AVX2 and no FMA, `avx2` all of these,
-# and `p4m` and `avx512` have code of their own. `p4m3` and `cnr` have nothing but numbers.
+# and `avx512` has vectors of its own. What is written for one level alone is read anyway.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 cd "$source_root"
-levels=(p4 p4m avx avx2 avx512)
+levels=(p4 avx avx2 avx512)
 jobs=${JOBS:-$(nproc)}
 
 known() { git ls-files --cached --others --exclude-standard "$@" | while read -r file; do [ ! -e "$file" ] || echo "$file"; done; }

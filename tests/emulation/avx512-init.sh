@@ -14,12 +14,10 @@ export HOME=/tmp TMPDIR=/tmp QSL_TEST_EMULATED=1 QSL_TEST_LEVELS=avx512
 cd /tmp || exit
 
 grep -q avx512vl /proc/cpuinfo || echo "warning: the kernel shows no AVX-512"
-seconds() { read -r up _ </proc/uptime && echo "${up%.*}"; }
 ran=0
 failed=0
 while IFS='|' read -r name settings program text; do
   echo "qsl-start: $name"
-  started=$(seconds)
   # The settings are words NAME=VALUE, the program may be followed by arguments.
   # shellcheck disable=SC2086
   cd "${program%/*}" && env $settings timeout "${program_seconds:-600}" $program >/tmp/output 2>&1
@@ -29,7 +27,7 @@ while IFS='|' read -r name settings program text; do
     tr '\n' ' ' </tmp/output | grep -q "$text" || status="0, but the output does not match: $text"
   fi
   ran=$((ran + 1))
-  echo "qsl-run: $name exit $status ($(($(seconds) - started))s)"
+  echo "qsl-run: $name exit $status"
   if [ "$status" != 0 ]; then
     failed=$((failed + 1))
     echo "qsl-output-begin"

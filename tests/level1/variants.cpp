@@ -1,10 +1,8 @@
 #include "tests/level1/variants.h"
 
-#include <cstdlib>
-#include <string>
-
 #include "blas/level1/routines.h"
 #include "blas/level1/zaxpy_bodies.h"
+#include "tests/listed.h"
 
 namespace level1_test {
 namespace {
@@ -64,12 +62,8 @@ const std::vector<Variant>& all_variants() {
 
 const char* left_out(Level level) {
   if (!processor_supports(level)) return "not supported by this processor";
-  const char* listed = std::getenv("QSL_TEST_LEVELS");
-  if (listed == nullptr) return nullptr;
   for (const Variant& variant : all_variants()) {
-    if (variant.level != level) continue;
-    const std::string list = std::string(",") + listed + ",";
-    if (list.find(std::string(",") + variant.name + ",") != std::string::npos) return nullptr;
+    if (variant.level == level && level_is_listed(variant.name)) return nullptr;
   }
   return "not among QSL_TEST_LEVELS";
 }

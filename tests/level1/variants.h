@@ -34,8 +34,7 @@ inline std::ostream& operator<<(std::ostream& out, const Variant& variant) {
 // All seven; the processor need not support them.
 const std::vector<Variant>& all_variants();
 
-// Why a level's variants are not called here; a null pointer where they are. QSL_TEST_LEVELS, names
-// with commas between them, keeps an emulator or a sanitizer to the levels that it is there for.
+// Why a level's variants are not called here; a null pointer where they are.
 const char* left_out(Level level);
 
 }  // namespace level1_test

@@ -14,6 +14,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/listed.h"
 #include "tests/simd/cases.h"
 
 namespace simd_test {
@@ -53,6 +54,7 @@ class EachLevel : public testing::TestWithParam<TestedLevel> {
     if (!GetParam().supported) {
       GTEST_SKIP() << "the processor lacks " << GetParam().cases->name;
     }
+    if (!level_is_listed(GetParam().cases->name)) GTEST_SKIP() << "not among QSL_TEST_LEVELS";
   }
   const Level& level() const { return *GetParam().cases; }
 };
