@@ -70,14 +70,11 @@ QSL_INLINE void multiply_strip(const StripProduct<typename Type::Scalar>& p) {
     }
   }
   // Fewer than a tile has.
-  if constexpr (tile_columns > Type::parts) {
-    if (columns == 0) return;
-    at_index_from_last<1, tile_columns / Type::parts - 1>(
-        columns / Type::parts, [&](auto elements) QSL_INLINE_LAMBDA {
-          constexpr int N = elements.value * Type::parts;
-          multiply_tile<Type, Tile, full, V, N>(p, b, b_step, c, last);
-        });
-  }
+  at_index_from_last<0, tile_columns / Type::parts - 1>(
+      columns / Type::parts, [&p, b, b_step, c, last](auto elements) QSL_INLINE_LAMBDA {
+        constexpr int N = elements.value * Type::parts;
+        if constexpr (N > 0) multiply_tile<Type, Tile, full, V, N>(p, b, b_step, c, last);
+      });
 }
 
 // The rows that do not fill a strip: V registers of them, the last of which may be cut (not full).

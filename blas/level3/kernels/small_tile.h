@@ -162,12 +162,14 @@ template <class Type, class Vector, int V, int N, class Rows>
     b += elements * p.b_column;
     c += elements * p.ldc;
   }
-  if constexpr (elements > 1) {
-    if (columns == 0) return;
-    at_index_from_last<1, elements - 1>(columns, [&](auto left) QSL_INLINE_LAMBDA {
-      small_tile<Type, Vector, V, left.value * Type::parts>(p, block, b, c, rows);
-    });
-  }
+  // (By value: what a lambda refers to would leave the loop's registers, for 3 % of a product of
+  // order 4 to 16.)
+  at_index_from_last<0, elements - 1>(
+      columns, [&p, &block, b, c, rows](auto left) QSL_INLINE_LAMBDA {
+        if constexpr (left.value > 0) {
+          small_tile<Type, Vector, V, left.value * Type::parts>(p, block, b, c, rows);
+        }
+      });
 }
 
 }  // namespace qsl::QSL_LEVEL
