@@ -1,8 +1,7 @@
 # The instruction-set levels and how their kernels are compiled.
 #
-# A level is a namespace (qsl::<level>), a set of compiler flags and a header simd/<level>.h.
-# Every kernel source is compiled with QSL_LEVEL defined to its level's name; bodies that are
-# written once are included by the source file of each level and land in that namespace.
+# A level is a namespace (qsl::<level>) and a set of compiler flags. Every kernel source is compiled with
+# QSL_LEVEL defined to its level's name, and the bodies that it includes land in that namespace.
 
 set(QSL_LEVELS p4 p4m p4m3 avx avx2 avx512 cnr)
 # Those with a body of every routine. The reproducible level has bodies only of the routines whose bits

@@ -1,17 +1,15 @@
 // Products of elements, side by side. All of them round each product of parts or fuse it with the
 // sum that follows; they differ in what they fuse, and so in the last bit. A routine keeps to one.
 //
-//   product(x, y)                 by the definition, every operation rounded: where infinite and
-//   NaN
-//                                 parts are to mix as in a plain loop
-//   RegisterFactor                one number times registers of elements, fused where the level
-//   can:
-//                                 the kernels' usual form
-//   Turned                        the same with the numbers in memory, many for each register of
-//                                 elements: both forms of the elements are made once
-//   complex_sum                   the end of sums that were kept apart, with real and with
-//                                 imaginary multipliers: no shuffle in the loop (in_registers.h,
-//                                 and the tiles of the matrix product)
+//   product(x, y)    by the definition, every operation rounded: where infinite and NaN parts are
+//                    to mix as in a plain loop
+//   RegisterFactor   one number times registers of elements, fused where the level can: the usual
+//                    form of kernels
+//   Turned           the same with the numbers in memory, many for each register of elements: both
+//                    forms of the elements are made once
+//   complex_sum      the end of sums that were kept apart, with real and with imaginary
+//   multipliers:
+//                    no shuffle in the loop (in_registers.h, the tiles of the matrix product)
 //
 // The complex update y := alpha * x + y has an order of its own (blas/level1/kernels/zaxpy.h), as
 // the dot products with pairs of band columns have (blas/band/kernels/gbmv_t.h).

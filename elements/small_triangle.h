@@ -153,7 +153,7 @@ struct SmallTriangle {
   }
 };
 
-// Left, lower and parts, or left, upper and not parts: the two triangles of a factorisation, with
+// Left, lower and unit, or left, upper and not unit: the two triangles of a factorisation, with
 // many right-hand sides.
 template <class Elements, int n, bool lower>
 [[gnu::noinline]] bool solve_triangle_in_registers(int count, const double* a, int lda, double* b,

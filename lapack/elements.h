@@ -48,7 +48,6 @@ struct Complex {
   static constexpr char laswp_name[] = "ZLASWP";
 };
 
-
 inline int least(int a, int b) { return a < b ? a : b; }
 
 // Element (i, j), counted from 0; addresses wrap as everywhere.

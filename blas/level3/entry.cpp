@@ -82,7 +82,7 @@ static int first_dimension(bool column_major, int selector, int rows, int column
   return column_major == (selector == CblasNoTrans) ? rows : columns;
 }
 
-// The layout is looked at after the sizes (required as it stands).
+// The layout is looked at after the sizes (callers rely on which of two faults is named).
 static int bad_c_argument(int layout, int transa, int transb, int m, int n, int k, int lda, int ldb,
                           int ldc) {
   if (!is_transpose_selector(transa)) return 2;

@@ -39,15 +39,17 @@ Code resolve_variant(Code volatile* slot, const Variants& variants);
 #define QSL_ASM_LOAD_SLOT(routine) \
   "call qsl_pc_thunk\n"            \
   "1: movl qsl_slot_" #routine " - 1b(%eax), %eax\n"
-#define QSL_ASM_BEGIN(function)  \
-  ".pushsection .text, \"ax\"\n" \
-  ".p2align 4\n"                 \
-  ".globl " #function            \
-  "\n"                           \
-  ".hidden " #function           \
-  "\n"                           \
-  ".type " #function ", @function\n" #function ":\n"
-#define QSL_ASM_END(function) ".size " #function ", . - " #function "\n.popsection\n"
+#define QSL_ASM_BEGIN(function)                \
+  ".pushsection .text, \"ax\"\n"               \
+  ".p2align 4\n"                               \
+  ".globl " #function                          \
+  "\n"                                         \
+  ".hidden " #function                         \
+  "\n"                                         \
+  ".type " #function ", @function\n" #function \
+  ":\n"                                        \
+  ".cfi_startproc\n"
+#define QSL_ASM_END(function) ".cfi_endproc\n.size " #function ", . - " #function "\n.popsection\n"
 #else
 #define QSL_HIDDEN
 #define QSL_ASM_NAME(name) "_" #name

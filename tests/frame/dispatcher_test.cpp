@@ -93,8 +93,8 @@ class Dispatcher : public Frame {
   static void clear() {
     reset();
     for (qsl::Code volatile* slot :
-         {&qsl_slot_frame_seven, &qsl_slot_frame_six, &qsl_slot_frame_shared,
-          &qsl_slot_frame_words, &qsl_slot_frame_mixed, &qsl_slot_frame_record}) {
+         {&qsl_slot_frame_seven, &qsl_slot_frame_six, &qsl_slot_frame_shared, &qsl_slot_frame_words,
+          &qsl_slot_frame_mixed, &qsl_slot_frame_record}) {
       *slot = nullptr;
     }
   }

@@ -17,12 +17,8 @@ const std::vector<Variant>& all_variants() {
         qsl::level::nan_in_runs, qsl::level::nan_in_band                          \
   }
   static const std::vector<Variant> variants = {
-      QSL_TEST_VARIANT(p4),
-      QSL_TEST_VARIANT(p4m),
-      QSL_TEST_VARIANT(p4m3),
-      QSL_TEST_VARIANT(avx),
-      QSL_TEST_VARIANT(avx2),
-      QSL_TEST_VARIANT(avx512),
+      QSL_TEST_VARIANT(p4),  QSL_TEST_VARIANT(p4m),  QSL_TEST_VARIANT(p4m3),
+      QSL_TEST_VARIANT(avx), QSL_TEST_VARIANT(avx2), QSL_TEST_VARIANT(avx512),
   };
 #undef QSL_TEST_VARIANT
 #undef QSL_TEST_KERNELS

@@ -25,13 +25,16 @@ RUNTIME_FOR_KERNELS = {
 }
 STANDARD_FOR_KERNELS = {"cstddef", "cstdint", "emmintrin.h", "pmmintrin.h", "tmmintrin.h", "smmintrin.h",
                         "nmmintrin.h", "immintrin.h"}
+# Frame headers that kernels and their tests share: numbers and declarations, no code of other levels.
+SHARED_WITH_KERNELS = {"blas/level1/zaxpy_bodies.h", "lapack/band/blocking.h"}
 LONGEST = 600  # lines of a file
 
 
 def files():
     found = [path for folder in LIBRARY for path in sorted((SOURCE / folder).rglob("*"))
-             if path.suffix in (".h", ".cpp", ".inl")]
+             if path.is_file() and path.suffix not in (".md", ".txt")]
     assert len(found) > 100
+    assert {path.suffix for path in found} <= {".h", ".cpp", ".inl"}
     return [str(path.relative_to(SOURCE)) for path in found]
 
 
@@ -63,13 +66,17 @@ def is_kernel(path):
 def includes(path, text=None):
     """(own or standard, name) of each include line."""
     text = text if text is not None else (SOURCE / path).read_text()
-    return [("own" if quote == '"' else "standard", name)
-            for quote, name in re.findall(r'^\s*#\s*include\s*(["<])([^">]+)[">]', text, re.M)]
+    found = [("own" if quote == '"' else "standard", name)
+             for quote, name in re.findall(r'^\s*#\s*include\s*(["<])([^">]+)[">]', text, re.M)]
+    assert len(found) == len(re.findall(r"^\s*#\s*include", text, re.M)), f"{path}: a computed include"
+    return found
 
 
 def objection(path, included):
     """Why `path` may not include `included`, both relative to the source; None when it may."""
     here, there = family_of(path), family_of(included)
+    if not included.endswith((".h", ".inl")):
+        return "sources and macros are not included"
     if there == "include":
         return None
     if here == "include":
@@ -77,7 +84,9 @@ def objection(path, included):
     if here == "runtime":
         return None if there in ("runtime", "qsl") else "the runtime stands beside the kernels"
     if there == "runtime":
-        if is_kernel(path) and included not in RUNTIME_FOR_KERNELS and not path.endswith("routines.h"):
+        if here in ("simd", "elements"):
+            return "the shared layers stand on nothing of the runtime"
+        if is_kernel(path) and included not in RUNTIME_FOR_KERNELS:
             return "kernels take memory, reports and the processor type from the runtime, and no more"
         return None
     order = ["simd", "elements", *FAMILIES]
@@ -102,6 +111,9 @@ def objection(path, included):
         return f"{there} keeps its shared files to itself"
     if is_kernel(included) and not is_kernel(path):
         return "the frame includes no kernels"
+    if (is_kernel(path) and not is_kernel(included) and not included.endswith("/routines.h")
+            and included not in SHARED_WITH_KERNELS):
+        return "kernels take routines.h from the frame, and no code"
     return None
 
 
@@ -143,6 +155,11 @@ def test_a_group_keeps_its_level_files():
     ("lapack/kernels/small_lu.h", "runtime/verbose/wrapper.h"),
     ("lapack/band/kernels/eliminate.h", "lapack/kernels/small_lu.h"),
     ("runtime/memory/fast.cpp", "elements/element.h"),
+    ("lapack/kernels/lu_leaf.h", "lapack/elements.h"),
+    ("lapack/band/kernels/eliminate.h", "lapack/elements.h"),
+    ("blas/level1/kernels/routines.h", "runtime/verbose/wrapper.h"),
+    ("blas/level1/kernels/dot.h", "blas/level1/levels/p4.cpp"),
+    ("elements/groups.h", "runtime/memory/memory.h"),
 ])
 def test_the_check_sees_a_wrong_include(path, included):
     assert objection(path, included)

@@ -6,8 +6,8 @@
 // A shape of the real copy:
 //   Vector              the register that the blocks use
 //   block               elements per pass, a power of two
-//   string_bytes        longer unit-stride copies are left to the processor's string move (required
-//                       as it stands: in the second-level cache a loop over registers is faster)
+//   string_bytes        longer unit-stride copies are left to the processor's string move, although
+//                       a loop over registers is faster while both fit the second-level cache
 // and of the complex copy, whose unit-stride form is the real copy of 2 * n elements:
 //   strided_block       elements per pass, a power of two
 #pragma once

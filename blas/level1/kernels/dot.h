@@ -61,7 +61,7 @@ QSL_INLINE double dot(int n, const double* x, int incx, const double* y, int inc
 // Unit stride in the levels that step forward only.
 QSL_INLINE bool both_strides_one(int incx, int incy) { return incx == 1 && incy == 1; }
 // In the levels that also walk two strides of -1 forward from the base pointers: the same products
-// in the other order. (Required as it stands.) (incx * incy == 1 in integers; compared without the overflow of a product.)
+// in the other order. (incx * incy == 1 in integers; compared without the overflow of a product.)
 QSL_INLINE bool both_strides_one_or_minus_one(int incx, int incy) {
   return incx == incy && (incx == 1 || incx == -1);
 }

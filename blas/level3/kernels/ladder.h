@@ -26,7 +26,7 @@ enum class LadderOrder {
   transposed,    // as left_inside, panel by panel of columns
 };
 
-// (Required as it stands, every number.)
+// (Every number decides the order of sums, which callers may count on: not for tuning.)
 inline LadderOrder ladder_order(int m, int n, int k) {
   if (n < 101) {
     if (m >= 250 || k < 101) return LadderOrder::left_inside;

@@ -57,8 +57,7 @@ inline MatrixDescriptor columns_of(MatrixDescriptor x, int column, int columns) 
   return x;
 }
 
-// The register tile, in elements. (The rounded sizes and the alignment are fields that the record
-// is required to have; nothing reads them.)
+// The register tile, in elements. (Nothing reads the rounded sizes and the alignment yet.)
 struct TileRecord {
   int mr, nr, ku;
   int mr_rounded, nr_rounded;  // to a multiple of 8

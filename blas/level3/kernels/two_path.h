@@ -19,7 +19,8 @@ QSL_INLINE Path path_by_size(bool a_plain, int m, int n, const PathLimits& limit
   return m < limit || n < limit ? Path::small : Path::blocked;
 }
 
-// (Required as it stands, the two orders 9 and 12 and every limit: the path decides the bits.)
+// (Every limit, and the two orders 9 and 12, decide bits that callers may count on: not for
+// tuning.)
 QSL_INLINE Path choose_path(bool a_plain, int m, int n, int k, bool alpha_is_zero,
                             bool beta_is_zero, const PathLimits& limits) {
   if (m == k && (m == 9 || m == 12) && beta_is_zero) return Path::small;
