@@ -26,9 +26,11 @@ HOT_FUNCTIONS = ["dot_forward", "multiply_full_strips"]
 # Loops over what whole blocks leave, which the compiler takes for short runs.
 SHORT_RUNS = {("p4m", "dot_forward"): 1, ("avx512", "multiply_full_strips"): 1}
 
-# In an object with so many loops, the share that may lie badly.
+# In an object with so many loops, the share that may lie badly. The solvers' kernels are straight-line
+# code and loops of a few passes, which start on 32 bytes (lapack/CMakeLists.txt).
 MANY = 40
 SHARE = 0.2
+SHARES = {"lapack-instances": 0.4}
 
 ARITHMETIC = re.compile(r"v?(add|sub|mul|div|fn?m(add|sub)\w*)p[sd]")
 
@@ -56,13 +58,13 @@ def kernel_objects():
     for output in outputs:
         if level := re.search(r"\bqsl_kernels_(\w+)\.dir/", output):
             name = re.sub(r"(\.\./|__/|\.cpp\.o$)", "", output[level.end():]).replace("/", "-")
-            found.append(pytest.param(level[1], str(BUILD / output), id=f"{level[1]}-{name}"))
+            found.append(pytest.param(level[1], name, str(BUILD / output), id=f"{level[1]}-{name}"))
     assert found, f"no kernel objects in {BUILD}"
     return found
 
 
-@pytest.mark.parametrize("level,path", kernel_objects())
-def test_loops_take_as_few_lines_as_their_size_allows(level, path):
+@pytest.mark.parametrize("level,source,path", kernel_objects())
+def test_loops_take_as_few_lines_as_their_size_allows(level, source, path):
     all_loops = list(vector_loops(path))
     bad = [(function, loop) for function, loop in all_loops if not lies_well(function, loop)]
     for name in HOT_FUNCTIONS:
@@ -70,11 +72,11 @@ def test_loops_take_as_few_lines_as_their_size_allows(level, path):
                for function, loop in bad if f"{name}<" in function.name]
         assert len(hot) <= SHORT_RUNS.get((level, name), 0), hot
     if len(all_loops) >= MANY:
-        assert len(bad) <= SHARE * len(all_loops)
+        assert len(bad) <= SHARES.get(source, SHARE) * len(all_loops)
 
 
 def test_hot_loops_are_there():
     names = [function.name for parameters in kernel_objects()
-             for function, _ in vector_loops(parameters.values[1])]
+             for function, _ in vector_loops(parameters.values[2])]
     for hot in HOT_FUNCTIONS:
         assert any(f"{hot}<" in name for name in names)

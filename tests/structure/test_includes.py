@@ -98,6 +98,9 @@ def objection(path, included):
         if included == "elements/number_bits.h" or is_kernel(path):
             return None
         return "vector code is for kernels"
+    if (is_kernel(path) and not is_kernel(included) and not included.endswith("/routines.h")
+            and included not in SHARED_WITH_KERNELS):
+        return "kernels take routines.h from the frame, and no code"
     mine, other = group_of(path), group_of(included)
     if other is not None and other != mine and not included.endswith("/routines.h"):
         if mine is not None and other.startswith(mine + "/") and not is_kernel(included):
@@ -111,9 +114,6 @@ def objection(path, included):
         return f"{there} keeps its shared files to itself"
     if is_kernel(included) and not is_kernel(path):
         return "the frame includes no kernels"
-    if (is_kernel(path) and not is_kernel(included) and not included.endswith("/routines.h")
-            and included not in SHARED_WITH_KERNELS):
-        return "kernels take routines.h from the frame, and no code"
     return None
 
 
