@@ -69,7 +69,7 @@ step() {
   return "$status"
 }
 end_steps() {
-  [ -n "$steps_owner" ] || return 0
+  [ -n "$steps_owner" ] && [ -e "$QSL_STEPS" ] || return 0
   awk -F'|' '
     BEGIN { printf "\n%-24s %8s %12s\n", "step", "seconds", "CPU seconds" }
     {

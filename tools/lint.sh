@@ -31,9 +31,14 @@ cmake --preset clang >/dev/null
 mkdir -p build/lint
 tools/lint-database.py build/clang/compile_commands.json "${levels[@]}" >build/lint/compile_commands.json
 
+# Kernels are read without the analyzer of paths. It loses sight of what they store by registers and
+# load as numbers, and takes that for uninitialized; they are what the sanitizers watch.
 echo "-- clang-tidy"
-sed -n 's/^ *"file": "\(.*\)",\{0,1\}$/\1/p' build/lint/compile_commands.json | sort -u |
-  xargs -P "$jobs" -n 1 clang-tidy --quiet -p build/lint --warnings-as-errors='*' 2>/dev/null
+sed -n 's/^ *"file": "\(.*\)",\{0,1\}$/\1/p' build/lint/compile_commands.json | sort -u >build/lint/files
+is_kernel='/levels/|/instances\.cpp$'
+tidy() { xargs -P "$jobs" -n 1 clang-tidy --quiet -p build/lint --warnings-as-errors='*' "$@" 2>/dev/null; }
+grep -vE "$is_kernel" build/lint/files | tidy
+grep -E "$is_kernel" build/lint/files | tidy --checks=-clang-analyzer-*
 
 echo "-- cppcheck"
 cppcheck --project=build/lint/compile_commands.json --enable=warning,performance,portability \

@@ -67,12 +67,13 @@ QSL_INLINE void update_group(FactorKind kind, int rows, const typename Elements:
     update_columns<Elements, FactorKind::zero, columns>(rows, x, factors, beta, a, lda);
   } else if (kind == FactorKind::one) {
     update_columns<Elements, FactorKind::one, columns>(rows, x, factors, beta, a, lda);
+  } else if constexpr (Elements::parts == 1) {
+    update_columns<Elements, FactorKind::general, columns>(rows, x, factors, beta, a, lda);
   } else {
     // A complex beta takes the registers of a column.
-    constexpr int together = Elements::parts == 2 ? 1 : columns;
-    for (int c = 0; c < columns; c += together) {
-      update_columns<Elements, FactorKind::general, together>(rows, x, at<Elements>(factors, c),
-                                                              beta, at<Elements>(a, c, lda), lda);
+    for (int c = 0; c < columns; c++) {
+      update_columns<Elements, FactorKind::general, 1>(rows, x, at<Elements>(factors, c), beta,
+                                                       at<Elements>(a, c, lda), lda);
     }
   }
 }
