@@ -9,7 +9,7 @@ namespace qsl::QSL_LEVEL {
 template <class Elements>
 inline constexpr bool has_rest = Elements::Vector::lanes > Elements::parts;
 
-// The first k lanes, a multiple of the unit, 0 < k < lanes; the others are neither read nor
+// The first k lanes, those of whole elements, 0 < k < lanes; the others are neither read nor
 // written.
 template <class Elements>
 QSL_INLINE auto load_rest(const typename Elements::Scalar* p, int k) {

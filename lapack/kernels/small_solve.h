@@ -58,6 +58,7 @@ QSL_INLINE void gather(const Order& order, const double* b, typename Triangle::C
     }
   });
 }
+
 // Fewer right-hand sides are divided by the diagonal: their results are promised to be quotients.
 // So many are multiplied by its reciprocals, as the general triangular solve does it.
 inline constexpr int many_right_hand_sides = 9;
@@ -173,8 +174,9 @@ template <class Elements>
   for (int i = 0; i < n; i++) exchange_row_numbers(rows, i, ipiv);
   for (; nrhs > 0; nrhs--) {
     double x[largest_triangle_in_registers * parts];
-    for (int i = 0; i < n; i++)
+    for (int i = 0; i < n; i++) {
       Elements::store_one(x + i * parts, Elements::load_one(b + i * parts));
+    }
     system.solve(x);
     for (int i = 0; i < n; i++) {
       Elements::store_one(b + row_number(rows, i) * parts, Elements::load_one(x + i * parts));

@@ -66,6 +66,7 @@ struct RowStep {
   }
 };
 
+// The same with nothing known but the lane.
 template <int place_>
 struct LoopStep {
   static constexpr int place = place_;
@@ -117,4 +118,5 @@ QSL_INLINE void loop_steps(int m, int n, const Body& body) {
     });
   }
 }
+
 }  // namespace qsl::QSL_LEVEL

@@ -1,4 +1,4 @@
-// The array of a band matrix and of its factors, and the division by a pivot.
+// The array of a band matrix and of its factors.
 #pragma once
 
 #include "elements/apply_factor.h"
