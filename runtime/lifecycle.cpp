@@ -1,13 +1,11 @@
 #include "runtime/lifecycle.h"
 
+#include "runtime/fork.h"
 #include "runtime/memory/memory.h"
 
 extern "C" {
 
-void qsl_process_attach() {
-  qsl_mm_bind_backend();
-  qsl_mm_survive_forks();
-}
+void qsl_process_attach() { qsl_mm_bind_backend(); }
 
 void qsl_thread_detach() {
   qsl_thread_state_free();
@@ -15,7 +13,8 @@ void qsl_thread_detach() {
 }
 
 void qsl_process_detach(bool process_ending) {
-  if (process_ending) return;
+  // Unused, the library ends as quietly as it was loaded.
+  if (process_ending || !qsl::any_lock_was_taken()) return;
   qsl_thread_state_free();
   qsl_thread_state_shutdown();
   qsl_shutdown();

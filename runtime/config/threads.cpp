@@ -4,6 +4,8 @@
 #include "runtime/dispatch/lock.h"
 #include "runtime/text.h"
 
+volatile int qsl::thread_settings_lock = 0;
+
 namespace {
 
 using qsl::is_digit;
@@ -105,7 +107,6 @@ void read_domains(qsl_thread_settings* settings) {
 
 qsl_thread_settings settings;
 bool settings_read = false;
-volatile int settings_lock = 0;
 
 void read_settings() {
   qsl_thread_settings s = {};
@@ -127,7 +128,7 @@ extern "C" {
 
 const qsl_thread_settings* qsl_get_thread_settings() {
   if (!__atomic_load_n(&settings_read, __ATOMIC_ACQUIRE)) {
-    qsl::LockGuard guard(&settings_lock);
+    qsl::LockGuard guard(&qsl::thread_settings_lock);
     if (!settings_read) {
       read_settings();
       __atomic_store_n(&settings_read, true, __ATOMIC_RELEASE);

@@ -30,3 +30,9 @@ int qsl_get_max_threads();
 int qsl_get_domain_threads(qsl_domain domain);
 int qsl_get_dynamic();
 }
+
+namespace qsl {
+
+extern volatile int thread_settings_lock;  // of the first reading
+
+}  // namespace qsl

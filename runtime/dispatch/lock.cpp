@@ -1,14 +1,17 @@
 #include "runtime/dispatch/lock.h"
 
+#include "runtime/fork.h"
 #include "runtime/platform/platform.h"
 
 namespace qsl {
-namespace {
+
+volatile int trace_binding_lock = 0;
 
 // A waiter pauses this often before it starts to give its time slice away.
 constexpr int kSpinLimit = 5000;
 
 void spin_acquire(volatile int* word) {
+  survive_forks();
   int passes = 0;
   for (;;) {
     int expected = 0;
@@ -28,15 +31,16 @@ void spin_acquire(volatile int* word) {
 
 void spin_release(volatile int* word) { __atomic_store_n(word, 0, __ATOMIC_RELEASE); }
 
+namespace {
+
 using PushHook = void (*)(unsigned);
 using PopHook = void (*)();
 
-volatile int bind_guard = 0;
 bool bound = false;
 
 // Looks for the analysis tool's library once; both hooks become null when it is not there.
 void bind_trace_hooks() {
-  spin_acquire(&bind_guard);
+  spin_acquire(&trace_binding_lock);
   if (!bound) {
     PushHook push = nullptr;
     PopHook pop = nullptr;
@@ -48,7 +52,7 @@ void bind_trace_hooks() {
     __atomic_store_n(&qsl_trace_pop_hook, pop, __ATOMIC_RELEASE);
     bound = true;
   }
-  spin_release(&bind_guard);
+  spin_release(&trace_binding_lock);
 }
 
 void bind_then_push(unsigned mask) {

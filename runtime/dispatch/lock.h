@@ -16,6 +16,14 @@ void qsl_trace_suppress_pop();
 
 namespace qsl {
 
+// The same without the hooks. A thread that forks has no business with the loader, which the first
+// use of a hook calls.
+void spin_acquire(volatile int* word);
+void spin_release(volatile int* word);
+
+// Guards the binding of the hooks.
+extern volatile int trace_binding_lock;
+
 // Holds a spin lock for a scope.
 class LockGuard {
  public:

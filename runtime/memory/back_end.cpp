@@ -21,11 +21,6 @@ bool fetch(platform::Module* module, const char* symbol, Function* function) {
   return *function != nullptr;
 }
 
-template <typename Function>
-bool is_mapped(Function function) {
-  return platform::module_maps(reinterpret_cast<const void*>(function));
-}
-
 bool same(const platform::Allocator& a, const platform::Allocator& b) {
   return a.malloc == b.malloc && a.calloc == b.calloc && a.realloc == b.realloc && a.free == b.free;
 }
@@ -42,13 +37,10 @@ platform::Allocator find_allocator() {
                         fetch(module, "a_calloc_dll", &found.calloc) &&
                         fetch(module, "a_realloc_dll", &found.realloc) &&
                         fetch(module, "a_free_dll", &found.free);
+  // A library in use stays loaded, whoever else lets go of it: its blocks may outlive everything
+  // here.
+  if (complete) return found;
   platform::module_free(module);
-  // Only a program that uses the allocator itself keeps it loaded; without one the functions have
-  // just gone away.
-  if (complete && is_mapped(found.malloc) && is_mapped(found.calloc) && is_mapped(found.realloc) &&
-      is_mapped(found.free)) {
-    return found;
-  }
   return platform::c_allocator();
 }
 

@@ -38,13 +38,12 @@ class Attempts {
   int made_ = 0;
 };
 
-void release_words(std::uint32_t count) {
+void let_go_of_words(std::uint32_t count) {
   while (count > 0) {
     --count;
     __atomic_store_n(&entry_words[count].word, 0, __ATOMIC_RELEASE);
   }
   __atomic_store_n(&shared_word, 0, __ATOMIC_RELEASE);
-  qsl_trace_suppress_pop();
 }
 
 void share() {
@@ -85,14 +84,20 @@ void unlock_entry(std::uint32_t index) {
   qsl_trace_suppress_pop();
 }
 
-void walker_lock() {
-  qsl_trace_suppress_push();
+void take_all_words() {
   while (!try_word(shared_word)) {
   }
   for (SpinWord& own : entry_words) {
     while (!try_word(own.word)) {
     }
   }
+}
+
+void let_go_of_all_words() { let_go_of_words(kOwnWords); }
+
+void walker_lock() {
+  qsl_trace_suppress_push();
+  take_all_words();
   QSL_NOTE_LOCKED(&shared_word, 1);
 }
 
@@ -108,7 +113,8 @@ bool walker_try_lock() {
   for (std::uint32_t i = 0; i < kOwnWords; ++i) {
     while (!try_word(entry_words[i].word)) {
       if (!attempts.next()) {
-        release_words(i);
+        let_go_of_words(i);
+        qsl_trace_suppress_pop();
         return false;
       }
     }
@@ -119,7 +125,8 @@ bool walker_try_lock() {
 
 void walker_unlock() {
   QSL_NOTE_UNLOCKING(&shared_word, 1);
-  release_words(kOwnWords);
+  let_go_of_all_words();
+  qsl_trace_suppress_pop();
 }
 
 void acquire(volatile int* word) {

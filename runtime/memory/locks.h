@@ -56,6 +56,9 @@ void walker_lock();
 // forked does not exist in the child and never lets go.
 bool walker_try_lock();
 void walker_unlock();
+// The walker's words by themselves, for a thread that forks.
+void take_all_words();
+void let_go_of_all_words();
 
 // Opening and closing the platform's thread-local slots, whichever kind.
 extern volatile int thread_slots_lock;

@@ -18,9 +18,6 @@ void* qsl_mm_calloc(std::size_t count, std::size_t size, int alignment);
 // 1 when QSL_DISABLE_FAST_MM switches the fast layer off.
 int qsl_mm_fast_disabled();
 
-// From now on a forked child finds the memory manager's locks free, whatever other threads of its
-// parent do at the time of the fork. Called at load.
-void qsl_mm_survive_forks();
 // Binds the allocator back end; called at load and again by the one-time set-up if it was not.
 void qsl_mm_bind_backend();
 // End of a thread: gives its cached blocks back.

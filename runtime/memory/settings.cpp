@@ -10,12 +10,11 @@
 namespace qsl::memory {
 
 Settings settings = {};
+volatile int settings_lock = 0;
 
 namespace {
 
 constexpr int kBufferSize = 32;
-
-int settings_lock = 0;
 
 }  // namespace
 

@@ -13,6 +13,7 @@ struct Settings {
 };
 
 extern Settings settings;
+extern volatile int settings_lock;
 
 // Reads both variables; the limit goes to hbw_limit of high_bandwidth.h.
 void read_settings();

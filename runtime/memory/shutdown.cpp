@@ -1,7 +1,10 @@
 // The one-time shut-down and its two registries of callbacks.
 //
-// It may run in a process that was split off without the C library's knowledge (fork.cpp covers the
-// usual way), where a thread that held a lock no longer exists: so no wait here is without end.
+// It may run in a process that was split off without the C library's knowledge (runtime/fork.cpp
+// covers the usual way), where a thread that held a lock no longer exists: so no wait here is
+// without end.
+
+#include "runtime/memory/shutdown.h"
 
 #include "runtime/memory/buffers.h"
 #include "runtime/memory/locks.h"
@@ -9,32 +12,20 @@
 #include "runtime/messages/messages.h"
 
 namespace qsl::memory {
-namespace {
-
-constexpr int kMostCallbacks = 32;
-constexpr int kOverfullExitCode = 3;
-
-struct Callback {
-  qsl_shutdown_callback function;
-  void* argument;
-};
-
-struct Callbacks {
-  int add_lock;
-  int run_lock;
-  int count;
-  Callback list[kMostCallbacks];
-};
 
 Callbacks service_callbacks = {};
 Callbacks memory_callbacks = {};
+volatile int shutdown_lock = 0;
 
-int shutdown_lock = 0;
+namespace {
+
+constexpr int kOverfullExitCode = 3;
+
 bool shutdown_done = false;
 
 bool append(Callbacks* callbacks, Callback callback) {
   Guard guard(&callbacks->add_lock);
-  if (callbacks->count == kMostCallbacks) return false;
+  if (callbacks->count == Callbacks::kMost) return false;
   callbacks->list[callbacks->count] = callback;
   ++callbacks->count;
   return true;

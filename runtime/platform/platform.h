@@ -25,8 +25,6 @@ Module* module_load(const char* name);
 Module* module_load_any(const char* const* names);
 void* module_symbol(Module* module, const char* symbol);
 void module_free(Module* module);
-// True when the address lies in some module that is mapped now.
-bool module_maps(const void* address);
 // As module_load, through the wide-character interface where the platform has one; a name with a
 // path separator is refused.
 Module* module_load_wide(const char* name);
@@ -38,9 +36,10 @@ void yield();
 // Ends the process at once: no exit handlers, no destructors, nothing flushed but standard output.
 void terminate_process(int code);
 
-// Has `before` called by a thread that is about to fork, and `after` in both processes afterwards.
-// Nothing to do where processes don't fork.
-void at_fork(void (*before)(), void (*after)());
+// Has `before` called by a thread that is about to fork, and one of the others in each process
+// afterwards. Once, even if this was called more than once, by several threads, with the same three
+// functions. Nothing to do where processes don't fork.
+void at_fork(void (*before)(), void (*in_parent)(), void (*in_child)());
 
 // Copies the value of an environment variable: its length when it fits with its zero; the size
 // needed, zero included, when it does not; 0 when it is unset or empty. Variables are ignored in a
@@ -52,8 +51,10 @@ std::size_t environment(const char* name, char* buffer, std::size_t size);
 // Monotonic counter and its ticks per second; false when the platform has none.
 bool performance_counter(std::uint64_t* ticks);
 bool performance_frequency(std::uint64_t* ticks_per_second);
-// The C library's processor-time clock, in its own ticks.
-long processor_clock();
+// A coarser clock of the same pace, and for how many of its ticks the processor's frequency is
+// measured: some milliseconds of the one that ticks often, some ticks of the one that does not.
+std::uint32_t coarse_clock();
+extern const std::uint32_t kMeasuredTicks;
 
 // --- C allocator --------------------------------------------------------------------------------
 

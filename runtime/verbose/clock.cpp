@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "runtime/dispatch/lock.h"
 #include "runtime/platform/platform.h"
 #include "runtime/text.h"
 #include "runtime/verbose/verbose.h"
@@ -27,29 +28,27 @@ std::uint64_t serialised_time_stamp() {
   return time_stamp();
 }
 
-// Cycles and seconds that pass while the C library's clock advances by some ticks; false when a
-// counter gives nothing or the time is too short to be trusted.
-bool measure_with_clock(double* frequency) {
-  constexpr long kTicks = 100;
-  constexpr double kShortest = 0.0001;
-  // A clock that stands still must not hold the caller for ever.
-  constexpr std::uint64_t kPatience = std::uint64_t{1} << 34;
+// Both counters at one moment.
+struct Stamps {
+  std::uint64_t per_second = 0, ticks = 0;
+  std::uint64_t cycles;
+  bool good;
 
-  std::uint64_t per_second = 0, counter0 = 0, counter1 = 0;
-  if (!platform::performance_frequency(&per_second) || per_second == 0) return false;
-  if (!platform::performance_counter(&counter0)) return false;
-  const std::uint64_t cycles0 = time_stamp();
-  const long start = platform::processor_clock();
-  while (platform::processor_clock() - start < kTicks) {
-    if (time_stamp() - cycles0 > kPatience) return false;
+  Stamps() {
+    good = platform::performance_frequency(&per_second) && per_second > 0 &&
+           platform::performance_counter(&ticks);
+    cycles = time_stamp();
   }
-  if (!platform::performance_counter(&counter1)) return false;
-  const std::uint64_t cycles1 = time_stamp();
-  const double seconds = static_cast<double>(counter1 - counter0) / static_cast<double>(per_second);
-  if (seconds < kShortest || cycles1 <= cycles0) return false;
-  *frequency = static_cast<double>(cycles1 - cycles0) / seconds;
-  return true;
-}
+
+  // Time stamps a second from then on; 0 when a counter gave nothing or the time is not above the
+  // least that can be trusted.
+  double frequency_until_now(double shortest) const {
+    const Stamps now;
+    if (!good || !now.good || now.cycles <= cycles || now.ticks <= ticks) return 0;
+    const double seconds = static_cast<double>(now.ticks - ticks) / static_cast<double>(per_second);
+    return seconds < shortest ? 0 : static_cast<double>(now.cycles - cycles) / seconds;
+  }
+};
 
 double frequency_from_brand() {
   constexpr std::uint32_t kLastBrandLeaf = 0x80000004;
@@ -60,31 +59,50 @@ double frequency_from_brand() {
   return brand_frequency(reinterpret_cast<const char*>(words));
 }
 
-// The last resort: a loop of a known number of dependent additions, one a cycle, against the clock.
-double frequency_from_loop() {
-  constexpr std::uint32_t kIterations = 20000000;
-  constexpr double kUnknown = 1e9;
-  std::uint64_t per_second = 0, counter0 = 0, counter1 = 0;
-  if (!platform::performance_frequency(&per_second) || !platform::performance_counter(&counter0)) {
-    return kUnknown;
-  }
-  for (std::uint32_t i = 0; i < kIterations; ++i) asm volatile("" : "+r"(i));
-  if (!platform::performance_counter(&counter1) || counter1 == counter0) return kUnknown;
-  return kIterations * static_cast<double>(per_second) / static_cast<double>(counter1 - counter0);
-}
-
+// The frequency once it has been measured. What the processor's time stamps count has one pace for
+// the whole process, and a stamp is only worth something against others of the same pace.
 double measured_frequency() {
-  static double frequency = -1;  // racing threads measure the same
-  if (frequency < 0) {
-    double value = 0;
-    if (!measure_with_clock(&value)) value = frequency_from_brand();
-    if (value <= 0) value = frequency_from_loop();
-    frequency = value;
+  static double frequency = -1;
+  static bool is_known = false;
+  if (!__atomic_load_n(&is_known, __ATOMIC_ACQUIRE)) {
+    LockGuard guard(&clock_lock);
+    if (!is_known) {
+      double value = frequency_by_clock();
+      if (value <= 0) value = frequency_from_brand();
+      if (value <= 0) value = frequency_by_loop();
+      frequency = value;
+      __atomic_store_n(&is_known, true, __ATOMIC_RELEASE);
+    }
   }
   return frequency;
 }
 
 }  // namespace
+
+volatile int clock_lock = 0;
+
+// Time stamps against the performance counter, while the coarse clock advances by some ticks.
+double frequency_by_clock() {
+  // A clock that stands still must not hold the caller for ever.
+  constexpr std::uint64_t kPatience = std::uint64_t{1} << 34;
+  constexpr double kShortest = 0.0001;
+  const Stamps start;
+  const std::uint32_t ticks = platform::coarse_clock();
+  while (platform::coarse_clock() - ticks < platform::kMeasuredTicks) {
+    if (time_stamp() - start.cycles > kPatience) return 0;
+  }
+  return start.frequency_until_now(kShortest);
+}
+
+// The same while a loop of a known number of passes runs, whatever the coarse clock does.
+double frequency_by_loop() {
+  constexpr std::uint32_t kPasses = 20000000;
+  constexpr double kUnknown = 1e9;
+  const Stamps start;
+  for (std::uint32_t i = 0; i < kPasses; ++i) asm volatile("" : "+r"(i));
+  const double frequency = start.frequency_until_now(0);
+  return frequency > 0 ? frequency : kUnknown;
+}
 
 double brand_frequency(const char* tail) {
   // From the fifth character on, a number of four characters fits before the unit.
@@ -125,5 +143,7 @@ double processor_frequency() {
 }  // namespace qsl
 
 extern "C" double qsl_seconds() {
-  return static_cast<double>(qsl::serialised_time_stamp()) / qsl::measured_frequency();
+  // First the frequency: the first call measures it, which is no part of what the caller times.
+  const double frequency = qsl::measured_frequency();
+  return static_cast<double>(qsl::serialised_time_stamp()) / frequency;
 }

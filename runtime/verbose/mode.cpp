@@ -7,10 +7,14 @@ extern "C" {
 int qsl_verbose_mode = -1;
 }
 
-namespace {
+namespace qsl {
 
-volatile int mode_lock = 0;
-volatile int file_lock = 0;
+volatile int verbose_mode_lock = 0;
+volatile int verbose_file_lock = 0;
+
+}  // namespace qsl
+
+namespace {
 
 char file_name[4096];
 bool file_name_read = false;
@@ -30,7 +34,7 @@ extern "C" {
 
 int* qsl_verbose_mode_ptr() {
   if (__atomic_load_n(&qsl_verbose_mode, __ATOMIC_ACQUIRE) == -1) {
-    qsl::LockGuard guard(&mode_lock);
+    qsl::LockGuard guard(&qsl::verbose_mode_lock);
     if (qsl_verbose_mode == -1) {
       __atomic_store_n(&qsl_verbose_mode, mode_from_environment(), __ATOMIC_RELEASE);
     }
@@ -40,7 +44,7 @@ int* qsl_verbose_mode_ptr() {
 
 const char* qsl_verbose_file() {
   if (!__atomic_load_n(&file_name_read, __ATOMIC_ACQUIRE)) {
-    qsl::LockGuard guard(&file_lock);
+    qsl::LockGuard guard(&qsl::verbose_file_lock);
     if (!file_name_read) {
       qsl_getenv("QSL_VERBOSE_OUTPUT_FILE", file_name, sizeof file_name);
       __atomic_store_n(&file_name_read, true, __ATOMIC_RELEASE);

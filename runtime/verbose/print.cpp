@@ -9,11 +9,12 @@
 #include "runtime/verbose/clock.h"
 #include "runtime/verbose/verbose.h"
 
+volatile int qsl::banner_lock = 0;
+
 namespace {
 
 constexpr std::size_t kTextSize = 400;
 
-volatile int banner_lock = 0;
 bool banner_printed = false;
 
 void append_time(qsl::TextBuffer* text, double seconds) {
@@ -128,7 +129,7 @@ extern "C" void qsl_verbose_print(int interface_kind, const char* call_text, dou
   state.append(" TID:%-2d", 0);
   append_threads(&state);
   if (!__atomic_load_n(&banner_printed, __ATOMIC_ACQUIRE)) {
-    qsl::LockGuard guard(&banner_lock);
+    qsl::LockGuard guard(&qsl::banner_lock);
     if (!banner_printed) {
       print_banner(interface_kind);
       __atomic_store_n(&banner_printed, true, __ATOMIC_RELEASE);

@@ -17,3 +17,12 @@ const char* qsl_verbose_file();
 
 extern int qsl_verbose_mode;
 }
+
+namespace qsl {
+
+// Of the first reading of either variable, and of the banner.
+extern volatile int verbose_mode_lock;
+extern volatile int verbose_file_lock;
+extern volatile int banner_lock;
+
+}  // namespace qsl

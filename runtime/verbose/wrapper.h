@@ -57,6 +57,13 @@ class VerboseGate {
   int* mode_ = &undecided_;
 };
 
+// An option may be any character: one that is zero must not end the line.
+inline void blank_zeros(char* text, int count) {
+  for (int i = 0; i < count; ++i) {
+    if (text[i] == '\0') text[i] = ' ';
+  }
+}
+
 // Times one call and prints its line.
 class VerboseCall {
  public:
@@ -68,12 +75,15 @@ class VerboseCall {
   [[gnu::format(printf, 2, 3)]] void print(const char* format, ...) {
     if (!on_) return;
     if (seconds_ != 0) seconds_ += qsl_seconds();
-    char text[200];
+    char text[200] = "";
     std::va_list args;
     va_start(args, format);
-    qsl_vsnprintf(text, sizeof text, format, args);
+    const int count = qsl_vsnprintf(text, sizeof text, format, args);
     va_end(args);
-    text[sizeof text - 1] = '\0';
+    // Less than nothing counts a text that did not fit.
+    constexpr int kMost = sizeof text - 1;
+    blank_zeros(text, count < 0 || count > kMost ? kMost : count);
+    text[kMost] = '\0';
     qsl_verbose_print(0, text, seconds_);
   }
 

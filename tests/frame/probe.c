@@ -7,8 +7,11 @@
  *   null         DDOT with null pointers for integers
  *   memory       QSL_malloc, QSL_free, QSL_Free_Buffers
  *   race         eight threads make their first calls at once
+ *   products     two threads make their first calls at once, DGEMM of orders 500 and 600; prints
+ *                what each saw its call take
  *   bits         DDOT of 1003 numbers at sixteen alignments: prints the different results
  *   addresses    prints the addresses of the vectors
+ *   load=PATH    loads a module
  *   exit         registers an exit handler that prints "exit handler"
  *   say=TEXT     prints a text and does not flush it
  *   remove=PATH  removes a file
@@ -16,11 +19,13 @@
  *
  * A wrong result ends the program with status 9. */
 #define _GNU_SOURCE
+#include <dlfcn.h>
 #include <pthread.h>
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <time.h>
 
 #include "qsl/qsl.h"
 
@@ -94,6 +99,41 @@ static void race(void) {
   for (int i = 0; i < 8; i++) pthread_join(threads[i], NULL);
 }
 
+static double now(void) {
+  struct timespec time;
+  clock_gettime(CLOCK_MONOTONIC, &time);
+  return (double)time.tv_sec + 1e-9 * (double)time.tv_nsec;
+}
+
+struct product {
+  int n;
+  double seconds;
+};
+
+static void* first_product(void* argument) {
+  struct product* product = argument;
+  const int n = product->n;
+  double* a = calloc(3 * (size_t)n * (size_t)n, sizeof *a);
+  require(a != NULL, "memory");
+  pthread_barrier_wait(&start);
+  const double begin = now();
+  cblas_dgemm(CblasColMajor, CblasNoTrans, CblasNoTrans, n, n, n, 1, a, n, a + n * n, n, 0,
+              a + 2 * n * n, n);
+  product->seconds = now() - begin;
+  free(a);
+  return NULL;
+}
+
+static void products(void) {
+  struct product product[2] = {{500, 0}, {600, 0}};
+  pthread_t threads[2];
+  pthread_barrier_init(&start, NULL, 2);
+  for (int i = 0; i < 2; i++)
+    require(pthread_create(&threads[i], NULL, first_product, &product[i]) == 0, "thread");
+  for (int i = 0; i < 2; i++) pthread_join(threads[i], NULL);
+  for (int i = 0; i < 2; i++) printf("took %d %.9f\n", product[i].n, product[i].seconds);
+}
+
 static void bits(void) {
   enum { COUNT = 1003 };
   static double space_x[COUNT + 16], space_y[COUNT + 16];
@@ -128,8 +168,9 @@ static void exit_handler(void) { puts("exit handler"); }
 static const struct {
   const char* name;
   void (*run)(void);
-} steps[] = {{"empty", empty}, {"ddot", ddot},          {"zaxpy", zaxpy},   {"zcopy", zcopy},
-             {"race", race},   {"null", null_integers}, {"memory", memory}, {"bits", bits}};
+} steps[] = {{"empty", empty},   {"ddot", ddot}, {"zaxpy", zaxpy},
+             {"zcopy", zcopy},   {"race", race}, {"null", null_integers},
+             {"memory", memory}, {"bits", bits}, {"products", products}};
 
 static void run(char* step) {
   for (size_t i = 0; i < sizeof steps / sizeof steps[0]; i++) {
@@ -146,6 +187,8 @@ static void run(char* step) {
     atexit(exit_handler);
   } else if (strncmp(step, "say=", 4) == 0) {
     fputs(step + 4, stdout);
+  } else if (strncmp(step, "load=", 5) == 0) {
+    require(dlopen(step + 5, RTLD_NOW) != NULL, step);
   } else if (strncmp(step, "remove=", 7) == 0) {
     remove(step + 7);
   } else if (strncmp(step, "set=", 4) == 0) {

@@ -6,10 +6,12 @@ Each test starts a small program (probe.c) that calls the shared library. QSL_PR
 import os
 import re
 import subprocess
+import time
 
 import pytest
 
 PROBE = os.environ["QSL_PROBE"]
+FORKING_MODULE = os.environ["QSL_FORKING_MODULE"]
 KEPT = {k: v for k, v in os.environ.items()
         if not k.startswith(("QSL_", "OMP_", "A_MPI_", "OMPI_", "MPI_"))}
 
@@ -22,7 +24,8 @@ TEXTS = {
     7: "Arvex(R) Advanced Vector Extensions 2 (Arvex(R) AVX2) enabled processors",
     9: "Arvex(R) Advanced Vector Extensions 512 (Arvex(R) AVX-512) enabled processors",
 }
-NUMBER = r"(0\.00s|[0-9]+\.[0-9]{2}(s|ms|us)|[0-9]+ns)"
+NUMBER = r"(?P<time>[0-9]+\.[0-9]{2}(s|ms|us)|[0-9]+ns)"
+UNITS = {"s": 1, "ms": 1e-3, "us": 1e-6, "ns": 1e-9}
 POINTER = r"(0x[0-9a-f]+|\(nil\))"
 STATE = r" CNR:(?P<cnr>\S+) Dyn:1 FastMM:(?P<fast>[01]) TID:0  NThr:1"
 BANNER = (r"QSL_VERBOSE Arvex\(R\) QSL 2018\.0 Update 2 Product build 20180127 for (?P<text>.*) "
@@ -52,6 +55,12 @@ def need_type(cpu_type):
         pytest.skip(f"this processor has not the instructions of type {cpu_type}")
 
 
+def seconds(text):
+    """A time as a verbose line prints it."""
+    number, unit = re.fullmatch(r"([0-9.]+)([a-z]+)", text).groups()
+    return float(number) * UNITS[unit]
+
+
 def run(*steps, **variables):
     environment = {**KEPT, **{k: v for k, v in variables.items() if v is not None}}
     return subprocess.run([PROBE, *steps], env=environment, capture_output=True, timeout=60,
@@ -59,9 +68,15 @@ def run(*steps, **variables):
 
 
 def output(*steps, **variables):
+    start = time.monotonic()
     result = run(*steps, **variables)
+    wall = time.monotonic() - start
     assert result.returncode == 0, result
     assert result.stderr == ""
+    # Whatever is printed of calls one after the other fits into the program's own time.
+    times = [seconds(found["time"]) for found in re.finditer(rf"{NUMBER} CNR:", result.stdout)]
+    assert all(taken > 0 for taken in times), result.stdout
+    assert "products" in steps or sum(times) < wall, result.stdout
     return result.stdout
 
 
@@ -97,6 +112,21 @@ def test_silent_by_default():
 def test_racing_first_calls():
     for _ in range(20):
         assert output("race") == ""
+
+
+# --- A process that is merely linked with the library -----------------------------------------------
+
+
+def test_a_library_that_is_not_used_looks_for_no_tool():
+    for steps, expected in (([], False), (["ddot"], True)):
+        result = run(*steps, LD_DEBUG="files")
+        assert result.returncode == 0
+        assert ("libittnotify" in result.stderr) == expected, steps
+
+
+def test_start_up_code_may_wait_for_a_thread_that_forks():
+    output(f"load={FORKING_MODULE}")
+    output("ddot", f"load={FORKING_MODULE}", "zaxpy")
 
 
 # --- Any value of any variable ----------------------------------------------------------------------
@@ -344,6 +374,34 @@ def test_verbose_mode_is_read_once():
 
 def test_memory_functions_have_no_line():
     assert output("memory", QSL_VERBOSE="1") == ""
+
+
+# --- The times that are printed ---------------------------------------------------------------------
+
+
+def test_the_first_line_times_the_call_alone():
+    # The processor's identification is part of the first call, the clock's calibration is not. The
+    # unit is a second call, most of which is one identification by the time stamp; the least of some
+    # processes, since each may be interrupted.
+    calls = [[seconds(line["time"]) for line in verbose("ddot", "ddot")[1]] for _ in range(10)]
+    first, second = (min(times) for times in zip(*calls))
+    assert first < 15 * second + 50e-6
+
+
+def test_racing_first_lines_have_the_times_of_their_calls():
+    seen = 0
+    for _ in range(20):
+        text = output("products", QSL_VERBOSE="1")
+        took = {int(n): float(t) for n, t in re.findall(r"^took (\d+) (\S+)$", text, re.M)}
+        assert set(took) == {500, 600}
+        # Two threads may print into each other's lines.
+        for line in re.finditer(rf"^QSL_VERBOSE DGEMM\(N,N,(\d+),.*?\) {NUMBER}{STATE}$", text, re.M):
+            n = int(line[1])
+            # No processor does two hundred additions and products in a nanosecond.
+            least = 2 * n**3 / 200e9
+            assert least < seconds(line["time"]) < took[n] * 1.02 + 1e-4, text
+            seen += 1
+    assert seen >= 10, "lines that are whole"
 
 
 # --- QSL_VERBOSE_OUTPUT_FILE ------------------------------------------------------------------------

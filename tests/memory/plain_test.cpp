@@ -3,6 +3,7 @@
 #include <limits>
 #include <vector>
 
+#include "runtime/memory/services.h"
 #include "tests/memory/support.h"
 
 namespace memory_test {
@@ -231,6 +232,14 @@ TEST_F(Statistics, SurviveFreeBuffers) {
   QSL_free(p);  // the ticket is stale: the totals again
   EXPECT_EQ(totals.blocks, 0u);
   EXPECT_EQ(totals.bytes, 0u);
+}
+
+TEST(Services, StandInTheirOrder) {
+  EXPECT_EQ(qsl_mm_services.malloc, &QSL_malloc);
+  EXPECT_EQ(qsl_mm_services.unused, nullptr);
+  EXPECT_EQ(qsl_mm_services.allocate, &qsl_mm_allocate);
+  EXPECT_EQ(qsl_mm_services.free, &QSL_free);
+  EXPECT_EQ(qsl_mm_services.deallocate, &qsl_mm_deallocate);
 }
 
 }  // namespace

@@ -23,6 +23,8 @@ class StandIn {
   // Gives back a reference that the library keeps for ever.
   void drop_reference() { qsl::platform::module_free(module_); }
 
+  qsl::platform::Module* module() const { return module_; }
+
   template <typename T>
   T* symbol(const char* name) const {
     return reinterpret_cast<T*>(qsl::platform::module_symbol(module_, name));

@@ -33,11 +33,6 @@ void module_free(Module* module) {
   if (module != nullptr) dlclose(module);
 }
 
-bool module_maps(const void* address) {
-  Dl_info info;
-  return dladdr(address, &info) != 0;
-}
-
 // Message modules are a Windows format: here the built-in texts are the only ones.
 Module* message_catalog_open() { return nullptr; }
 bool message_catalog_fetch(Module*, int, char*, std::size_t) { return false; }

@@ -1,4 +1,3 @@
-#include <pthread.h>
 #include <sched.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -16,9 +15,6 @@ void terminate_process(int code) {
   fflush(stdout);
   _exit(code);
 }
-
-// The C library forgets them when the library is unloaded.
-void at_fork(void (*before)(), void (*after)()) { pthread_atfork(before, after, after); }
 
 std::size_t environment(const char* name, char* buffer, std::size_t size) {
   const char* value = secure_getenv(name);
@@ -42,7 +38,14 @@ bool performance_frequency(std::uint64_t* ticks_per_second) {
   return true;
 }
 
-long processor_clock() { return static_cast<long>(clock()); }
+// Microseconds. The C library's own clock counts the time of all threads together.
+std::uint32_t coarse_clock() {
+  timespec now = {};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<std::uint32_t>(now.tv_sec) * 1000000u +
+         static_cast<std::uint32_t>(now.tv_nsec) / 1000u;
+}
+const std::uint32_t kMeasuredTicks = 5000;
 
 Allocator c_allocator() { return {::malloc, ::calloc, ::realloc, ::free}; }
 

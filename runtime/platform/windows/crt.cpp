@@ -72,11 +72,13 @@ bool bind_old(Module* module) {
          bind(module, "__iob_func", &old_family.iob) && bind(module, "fflush", &crt_fflush);
 }
 
-// A module that the process has already goes before one that would have to be loaded.
+// A module that the process has already goes before one that would have to be loaded. Either way
+// the reference is the library's own: a plug-in that brought the module may be unloaded.
 template <std::size_t count>
 Module* find_module(const char* const (&names)[count]) {
   for (const char* name : names) {
-    if (HMODULE module = GetModuleHandleA(name)) return reinterpret_cast<Module*>(module);
+    HMODULE module = nullptr;
+    if (GetModuleHandleExA(0, name, &module)) return reinterpret_cast<Module*>(module);
   }
   for (const char* name : names) {
     if (HMODULE module = LoadLibraryA(name)) return reinterpret_cast<Module*>(module);
@@ -84,21 +86,24 @@ Module* find_module(const char* const (&names)[count]) {
   return nullptr;
 }
 
+// The module of one family, kept when it has all that is needed.
+template <std::size_t count>
+bool take_family(const char* const (&names)[count], bool (*bind_family)(Module*)) {
+  Module* module = find_module(names);
+  if (module == nullptr) return false;
+  if (!bind_family(module)) {
+    qsl::platform::module_free(module);
+    return false;
+  }
+  crt_module = module;
+  bind(module, "fopen", &crt_fopen);
+  bind(module, "fclose", &crt_fclose);
+  return true;
+}
+
 int find_family() {
-  int family = 0;
-  Module* module = find_module(kNewModules);
-  if (module != nullptr && bind_new(module)) {
-    family = 2;
-  } else {
-    module = find_module(kOldModules);
-    if (module != nullptr && bind_old(module)) family = 1;
-  }
-  if (family != 0) {
-    crt_module = module;
-    bind(module, "fopen", &crt_fopen);
-    bind(module, "fclose", &crt_fclose);
-  }
-  return family;
+  if (take_family(kNewModules, bind_new)) return 2;
+  return take_family(kOldModules, bind_old) ? 1 : 0;
 }
 
 volatile int family_lock = 0;

@@ -41,13 +41,6 @@ void module_free(Module* module) {
   if (module != nullptr) FreeLibrary(handle(module));
 }
 
-bool module_maps(const void* address) {
-  constexpr DWORD kFlags =
-      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
-  HMODULE found = nullptr;
-  return GetModuleHandleExA(kFlags, static_cast<LPCSTR>(address), &found) != 0;
-}
-
 // The catalog lies in a folder named by the thread's locale, relative to the current one.
 Module* message_catalog_open() {
   char path[128];

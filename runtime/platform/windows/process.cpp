@@ -8,7 +8,7 @@ void yield() { SwitchToThread(); }
 
 void terminate_process(int code) { TerminateProcess(GetCurrentProcess(), static_cast<UINT>(code)); }
 
-void at_fork(void (*)(), void (*)()) {}
+void at_fork(void (*)(), void (*)(), void (*)()) {}
 
 std::size_t environment(const char* name, char* buffer, std::size_t size) {
   return GetEnvironmentVariableA(name, buffer, static_cast<DWORD>(size));
@@ -28,8 +28,9 @@ bool performance_frequency(std::uint64_t* ticks_per_second) {
   return true;
 }
 
-// The C runtime's clock counts milliseconds of real time.
-long processor_clock() { return static_cast<long>(GetTickCount()); }
+// Milliseconds, as the C runtime's clock counts them.
+std::uint32_t coarse_clock() { return GetTickCount(); }
+const std::uint32_t kMeasuredTicks = 100;
 
 namespace {
 
