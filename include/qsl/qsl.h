@@ -10,6 +10,7 @@
 #define QSL_H
 
 #include "qsl/blas.h"
+#include "qsl/compact.h"
 #include "qsl/lapack.h"
 #include "qsl/memory.h"
 #include "qsl/types.h"

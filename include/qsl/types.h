@@ -43,4 +43,22 @@ typedef enum CBLAS_TRANSPOSE {
   CblasConjTrans = 113 /**< Conjugated and transposed. */
 } CBLAS_TRANSPOSE;
 
+/** Which triangle of a matrix is used. */
+typedef enum CBLAS_UPLO {
+  CblasUpper = 121, /**< On and above the diagonal. */
+  CblasLower = 122  /**< On and below the diagonal. */
+} CBLAS_UPLO;
+
+/** Whether a triangle's diagonal is stored. */
+typedef enum CBLAS_DIAG {
+  CblasNonUnit = 131, /**< It is. */
+  CblasUnit = 132     /**< It is taken as ones. */
+} CBLAS_DIAG;
+
+/** On which side of the other operand a matrix stands. */
+typedef enum CBLAS_SIDE {
+  CblasLeft = 141, /**< On the left. */
+  CblasRight = 142 /**< On the right. */
+} CBLAS_SIDE;
+
 #endif /* QSL_TYPES_H */
