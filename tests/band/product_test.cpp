@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/band/problem.h"
+#include "tests/printed.h"
 
 namespace band_test {
 namespace {
@@ -84,8 +85,13 @@ TEST(BandProduct, ZeroAlphaAndUnitBetaLeaveEveryBit) {
 TEST(BandProduct, NothingHappensWithoutRowsOrColumns) {
   for (const int layout : {CblasColMajor, CblasRowMajor}) {
     for (const int trans : {CblasNoTrans, CblasTrans, CblasConjTrans}) {
-      cblas_zgbmv(layout, trans, 0, 4, 1, 1, nullptr, nullptr, 3, nullptr, 1, nullptr, nullptr, 1);
-      cblas_zgbmv(layout, trans, 4, 0, 1, 1, nullptr, nullptr, 3, nullptr, 1, nullptr, nullptr, 1);
+      for (const auto& [m, n] : {std::pair{0, 4}, {4, 0}}) {
+        EXPECT_EQ("", printed_by([&] {
+                    cblas_zgbmv(layout, trans, m, n, 1, 1, nullptr, nullptr, 3, nullptr, 1, nullptr,
+                                nullptr, 1);
+                  }))
+            << layout << " " << trans << ", " << m << " by " << n;
+      }
     }
   }
 }

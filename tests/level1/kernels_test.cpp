@@ -9,6 +9,7 @@
 #include "tests/level1/arrays.h"
 #include "tests/level1/model.h"
 #include "tests/level1/variants.h"
+#include "tests/printed.h"
 
 namespace level1_test {
 namespace {
@@ -275,12 +276,14 @@ TEST_P(Level1Kernels, NothingHappensWithoutElements) {
   for (const int n : {0, -1, -2147483647 - 1}) {
     EXPECT_TRUE(same_bits(GetParam().ddot(n, nullptr, 1, nullptr, 1), 0.0));
     EXPECT_TRUE(same_bits(GetParam().ddot(n, nullptr, 3, nullptr, -2), 0.0));
-    for (const int inc : {1, -1, 0, 4}) {
-      GetParam().daxpy(n, nullptr, nullptr, inc, nullptr, 1);
-      GetParam().dcopy(n, nullptr, inc, nullptr, 1);
-      GetParam().zcopy(n, nullptr, inc, nullptr, 1);
-      for (Zaxpy* zaxpy : GetParam().zaxpy) zaxpy(n, nullptr, nullptr, inc, nullptr, 1);
-    }
+    EXPECT_EQ("", printed_by([&] {
+                for (const int inc : {1, -1, 0, 4}) {
+                  GetParam().daxpy(n, nullptr, nullptr, inc, nullptr, 1);
+                  GetParam().dcopy(n, nullptr, inc, nullptr, 1);
+                  GetParam().zcopy(n, nullptr, inc, nullptr, 1);
+                  for (Zaxpy* zaxpy : GetParam().zaxpy) zaxpy(n, nullptr, nullptr, inc, nullptr, 1);
+                }
+              }));
   }
 }
 

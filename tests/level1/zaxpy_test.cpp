@@ -9,6 +9,7 @@
 #include "qsl/qsl.h"
 #include "tests/level1/arrays.h"
 #include "tests/level1/guard_pages.h"
+#include "tests/printed.h"
 
 namespace level1_test {
 namespace {
@@ -140,8 +141,10 @@ TEST(Zaxpy, TheSmallestAlphaIsNotZero) {
 
 TEST(Zaxpy, NoElementsTouchNothing) {
   for (const int n : {0, -1, INT_MIN}) {
-    cblas_zaxpy(n, &some_alpha, nullptr, 1, nullptr, 1);
-    cblas_zaxpy(n, nullptr, nullptr, -2, nullptr, 0);
+    EXPECT_EQ("", printed_by([&] {
+                cblas_zaxpy(n, &some_alpha, nullptr, 1, nullptr, 1);
+                cblas_zaxpy(n, nullptr, nullptr, -2, nullptr, 0);
+              }));
   }
 }
 
