@@ -122,6 +122,63 @@ TEST(BandProduct, WidthsFarBeyondTheMatrix) {
   expect_product(INT_MAX / 2, INT_MAX / 2);
 }
 
+// Shapes with short and long columns, columns without elements, several blocks of columns and of
+// rows.
+std::vector<Call> calls_of_every_way() {
+  std::vector<Call> result;
+  for (const bool by_rows : {false, true}) {
+    for (int trans = 0; trans < 3; trans++) {
+      for (const int inc : {1, -2}) {
+        for (const auto& [m, n] : {std::pair{1, 1}, {1, 6}, {7, 1}, {9, 8}, {5, 30}, {31, 4}}) {
+          for (const int width : {0, 1, 3, 40}) {
+            result.push_back({trans, m, n, width, 2, 0, inc, inc, by_rows});
+          }
+        }
+        if (emulated()) continue;
+        result.push_back({trans, 260, 250, 3, 4, 0, inc, 1, by_rows});
+        result.push_back({trans, 150, 300, 90, 20, 0, 1, inc, by_rows});
+        // (The other way round the array would be large.)
+        if (by_rows) {
+          result.push_back({trans, 40, 1300, 5, 1200, 0, inc, 1, by_rows});
+        } else {
+          result.push_back({trans, 1300, 40, 1200, 5, 0, inc, 1, by_rows});
+        }
+      }
+    }
+  }
+  return result;
+}
+
+// A complex product of (inf, y) by (1, 0) would have a NaN.
+TEST(BandProduct, FactorsOfOneLeaveInfinities) {
+  const double infinity = std::numeric_limits<double>::infinity();
+  for (const Call& call : calls_of_every_way()) {
+    for (const double imag : {0.0, -0.0}) {
+      const Number one = {1, imag};
+      // alpha: (inf, 1) * (2, 3) is (inf, inf), and its conjugate so, too.
+      Operands operands(call);
+      operands.a.set(0, 0, call.trans == 2 ? Number{infinity, -1} : Number{infinity, 1});
+      operands.x.set(0, 0, {2, 3});
+      operands.run(Exported(), call, one, std::signbit(imag) ? one : Number{0, 0});
+      for (int at = 0; at < call.y_elements(); at++) {
+        const Number found = operands.y.get(at);
+        ASSERT_TRUE(at == 0 ? found.real == infinity && found.imag == infinity
+                            : std::isfinite(found.real) && std::isfinite(found.imag))
+            << call << ", element " << at << ": " << found.real << " " << found.imag;
+      }
+      // beta
+      Operands given(call), finite(call);
+      const double part = given.y.get(0).imag;
+      given.y.set(0, 0, {-infinity, part});
+      given.run(Exported(), call, general_factor(), one);
+      finite.run(Exported(), call, general_factor(), one);
+      const Number expected = {-infinity, finite.y.get(0).imag};
+      ASSERT_TRUE(given.y.get(0).real == expected.real && given.y.get(0).imag == expected.imag)
+          << call << ": " << given.y.get(0).real << " " << given.y.get(0).imag;
+    }
+  }
+}
+
 // The reversed x and a stride of -1 are the same vector.
 TEST(BandProduct, AStrideOfMinusOneReversesX) {
   for (int trans = 0; trans < 3; trans++) {
