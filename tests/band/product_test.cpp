@@ -149,6 +149,40 @@ std::vector<Call> calls_of_every_way() {
   return result;
 }
 
+// With beta 0, the sum of zeros of any sign is the zero that +0 with them added is.
+TEST(BandProduct, SumsOfZerosArePositive) {
+  unsigned turn = 0;
+  for (const Call& call : calls_of_every_way()) {
+    const bool is_small = call.m * call.n < 300;
+    for (const Number alpha : level2_test::factors<Number>()) {
+      turn++;
+      if (!is_small && turn % 4 != 0) continue;
+      for (int i = 0; i < (is_small ? 4 : 1); i++, turn++) {
+        const auto one_or_zero = [&](bool is_zero, unsigned signs) -> Number {
+          const double size = is_zero ? 0 : 1;
+          return {signs & 1 ? -size : size, signs & 2 ? -size : size};
+        };
+        Operands operands(call);
+        for (int row = 0; row < call.m; row++) {
+          for (int j = call.first_column(row); j < call.end_column(row); j++) {
+            operands.a.set(row, j, one_or_zero(turn & 1, turn >> 1));
+          }
+        }
+        operands.x.fill_with([&] { return one_or_zero(!(turn & 1), turn >> 3); });
+        operands.y.fill_with([] { return Number{-0.0, -0.0}; });
+        operands.run(Exported(), call, alpha, {0, turn % 3 == 0 ? 0.0 : -0.0});
+        for (int at = 0; at < call.y_elements(); at++) {
+          const Number found = operands.y.get(at);
+          ASSERT_TRUE(found.real == 0 && !std::signbit(found.real) && found.imag == 0 &&
+                      !std::signbit(found.imag))
+              << call << ", alpha " << alpha.real << " " << alpha.imag << ", element " << at << ": "
+              << found.real << " " << found.imag;
+        }
+      }
+    }
+  }
+}
+
 // A complex product of (inf, y) by (1, 0) would have a NaN.
 TEST(BandProduct, FactorsOfOneLeaveInfinities) {
   const double infinity = std::numeric_limits<double>::infinity();
