@@ -10,7 +10,7 @@
 //   Vector              the registers that hold rows
 //   vectors, columns    the full tile: vectors * lanes rows by `columns` columns
 //   strip_columns       columns of a strip of packed B, one or two tiles
-//   ku                  values of k that are worked off together; blocks are multiples of it
+//   ku                  values of k that are worked off together, while so many are left
 //   copies              how often each value of packed B is repeated
 //   wide_columns        columns of a second tile for strips of one vector, which may take more of
 //                       them, by accumulate_wide; 0 for a level without one
