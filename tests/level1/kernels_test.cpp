@@ -183,20 +183,19 @@ TEST_P(Daxpy, StridesHaveTheBitsOfTheModel) {
 
 class ZaxpyUpdate : public Level1Kernels {
  protected:
-  void check(int n, unsigned phase_x, int incx, unsigned phase_y, int incy) const {
-    for (const complex_double alpha : {complex_double{0.73, -1.19}, complex_double{1, -0.0}}) {
-      for (Zaxpy* zaxpy : GetParam().zaxpy) {
-        expect_same_update(
-            2 * extent(n, incx), phase_x, 2 * extent(n, incy), phase_y,
-            [&](const double* x, double* y) {
-              zaxpy(n, &alpha, reinterpret_cast<const complex_double*>(x), incx,
-                    reinterpret_cast<complex_double*>(y), incy);
-            },
-            [&](const double* x, double* y) {
-              model_zaxpy(level(), n, alpha, reinterpret_cast<const complex_double*>(x), incx,
-                          reinterpret_cast<complex_double*>(y), incy);
-            });
-      }
+  void check(int n, unsigned phase_x, int incx, unsigned phase_y, int incy,
+             complex_double alpha = {0.73, -1.19}) const {
+    for (Zaxpy* zaxpy : GetParam().zaxpy) {
+      expect_same_update(
+          2 * extent(n, incx), phase_x, 2 * extent(n, incy), phase_y,
+          [&](const double* x, double* y) {
+            zaxpy(n, &alpha, reinterpret_cast<const complex_double*>(x), incx,
+                  reinterpret_cast<complex_double*>(y), incy);
+          },
+          [&](const double* x, double* y) {
+            model_zaxpy(level(), n, alpha, reinterpret_cast<const complex_double*>(x), incx,
+                        reinterpret_cast<complex_double*>(y), incy);
+          });
     }
   }
 };
@@ -206,6 +205,12 @@ TEST_P(ZaxpyUpdate, UnitStrideHasTheBitsOfTheModel) {
 }
 TEST_P(ZaxpyUpdate, StridesHaveTheBitsOfTheModel) {
   sweep_strides([&](auto... call) { check(call...); });
+}
+
+TEST_P(ZaxpyUpdate, AlphaOfOneAddsElements) {
+  const complex_double one = {1, -0.0};
+  sweep_unit_stride(20, {}, [&](auto... call) { check(call..., one); });
+  sweep_strides([&](auto... call) { check(call..., one); });
 }
 
 // alpha and a may lie in y, which is overwritten: they are read once.
