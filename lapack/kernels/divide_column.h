@@ -9,18 +9,6 @@ namespace qsl::QSL_LEVEL {
 // The smallest number whose reciprocal does not overflow, and the smallest with all its bits.
 inline constexpr double safe_minimum = 0x1p-1022;
 
-// |p|, for a complex p the true modulus; nothing is scaled.
-template <class Elements>
-QSL_INLINE f64 modulus(const double* p) {
-  if constexpr (Elements::parts == 1) {
-    return {absolute(f64x2{f64::load(p).v}).v};
-  } else {
-    const f64 re = f64::load(p);
-    const f64 im = f64::load(p + 1);
-    return square_root(re * re + im * im);
-  }
-}
-
 // Whether a plain division by `divisor` (set_plain_division) may be a product with a reciprocal:
 // for a complex pivot its |p|^2 has to be a normal number.
 template <class Elements>
