@@ -10,13 +10,15 @@ namespace qsl::QSL_LEVEL {
 inline constexpr double safe_minimum = 0x1p-1022;
 
 // Whether a plain division by `divisor` (set_plain_division) may be a product with a reciprocal:
-// for a complex pivot its |p|^2 has to be a normal number.
+// for a complex pivot its |p|^2 has to be a normal number. (Without a branch on the sign, which is
+// as good as random: measured for a real matrix of order 32, 1.02 times the speed.)
 template <class Elements>
-QSL_INLINE bool has_reciprocal(double divisor) {
+QSL_INLINE bool has_reciprocal(const double* divisor) {
   if constexpr (Elements::parts == 1) {
-    return magnitude(divisor) >= safe_minimum;
+    const f64x2 magnitude = absolute(f64x2{f64::load(divisor).v});
+    return f64{magnitude.v} >= f64{_mm_set_sd(safe_minimum)};
   } else {
-    return divisor >= safe_minimum && divisor <= 0x1.fffffffffffffp1023;
+    return *divisor >= safe_minimum && *divisor <= 0x1.fffffffffffffp1023;
   }
 }
 
@@ -27,7 +29,7 @@ template <class Elements>
   double factor[2];
   double divisor[1];
   set_plain_division<Elements>(pivot, factor, divisor);
-  if (has_reciprocal<Elements>(divisor[0])) {
+  if (has_reciprocal<Elements>(divisor)) {
     for (int part = 0; part < Elements::parts; part++) factor[part] /= divisor[0];
     return for_each_register<Elements>(n, x, [&](auto v) QSL_INLINE_LAMBDA {
       return Elements::template FactorIn<decltype(v)>::read(factor).times(v);
