@@ -233,8 +233,8 @@ QSL_INLINE void zaxpy_strided(int n, const complex_double* alpha, const complex_
 }
 
 // The forms for an alpha of one and for all others are functions of the same arguments, so that
-// choosing is a test and a jump: in one function with both, all calls paid for the registers and the
-// aligned stack of both (0.82 to 0.95 of the speed of up to 100 elements).
+// choosing is a test and a jump: in one function with both, all calls paid for the registers and
+// the aligned stack of both (0.82 to 0.95 of the speed of up to 100 elements).
 
 // y := x + y, any strides.
 template <class Vector, class Access>
