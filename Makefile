@@ -21,13 +21,13 @@ setup-%:
 	@tools/setup.sh $*
 
 # The library and the examples, then the examples on real data.
-tour: setup-build
+tour: setup-build setup-fortran
 	@cmake --preset release -B build/tour $(LIBRARY_ONLY) -DQSL_BUILD_EXAMPLES=ON
 	@cmake --build build/tour -j $(JOBS)
 	@tools/tour.sh build/tour
 
 # All tests that run natively: the release build, the sanitizers, helgrind, and a second compiler.
-check: setup-build setup-check
+check: setup-build setup-fortran setup-check
 	@tools/check.sh
 
 # Other processors, AVX-512 and Windows, in emulators.

@@ -1,7 +1,7 @@
 # What is installed, and the packages made of it.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS qsl EXPORT qsl-targets
+install(TARGETS qsl qsl_fortran EXPORT qsl-targets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
@@ -22,6 +22,7 @@ file(CONFIGURE OUTPUT qsl.pc CONTENT [[
 prefix=${pcfiledir}/@to_prefix@
 libdir=${prefix}/@CMAKE_INSTALL_LIBDIR@
 includedir=${prefix}/@CMAKE_INSTALL_INCLUDEDIR@
+fortran=${includedir}/qsl/qsl.f90
 
 Name: qsl
 Description: @PROJECT_DESCRIPTION@
@@ -31,8 +32,17 @@ Cflags: -I${includedir}
 ]] @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/qsl.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 install(FILES ${PROJECT_SOURCE_DIR}/docs/qsl.7 DESTINATION ${CMAKE_INSTALL_MANDIR}/man7)
-install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/LICENSE
-    DESTINATION ${CMAKE_INSTALL_DOCDIR})
+
+# README.md with what it links to, but for the documents of the source tree: of those the names remain.
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES ${PROJECT_SOURCE_DIR}/docs/environment.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/README.md)
+file(READ ${PROJECT_SOURCE_DIR}/README.md readme)
+string(REGEX REPLACE "\\[([^]]*)\\]\\(([A-Z]+|docs/adding|docs/performance)\\.md\\)" "\\1" readme "${readme}")
+string(REGEX REPLACE "\\[(`[^]]*`)\\]\\(include/qsl/[a-z]+\\.(h|f90)\\)" "\\1" readme "${readme}")
+file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/README.md CONTENT "${readme}")
+install(FILES ${PROJECT_BINARY_DIR}/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 if(WIN32)
   install(FILES ${PROJECT_BINARY_DIR}/qsl.def DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endif()

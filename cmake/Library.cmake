@@ -42,6 +42,15 @@ else()
 endif()
 set_property(TARGET qsl APPEND PROPERTY LINK_DEPENDS ${PROJECT_BINARY_DIR}/qsl.map)
 
+# The interface for Fortran. Module files are a compiler's own: each program compiles the source.
+add_library(qsl_fortran INTERFACE)
+add_library(qsl::fortran ALIAS qsl_fortran)
+set_target_properties(qsl_fortran PROPERTIES EXPORT_NAME fortran)
+target_sources(qsl_fortran INTERFACE
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include/qsl/qsl.f90>
+    $<INSTALL_INTERFACE:$<INSTALL_PREFIX>/${CMAKE_INSTALL_INCLUDEDIR}/qsl/qsl.f90>)
+target_link_libraries(qsl_fortran INTERFACE qsl)
+
 add_library(qsl_internal STATIC EXCLUDE_FROM_ALL ${QSL_OBJECTS})
 target_include_directories(qsl_internal PUBLIC ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
 target_compile_definitions(qsl_internal PUBLIC QSL_STATIC)

@@ -1,8 +1,10 @@
 // A factor applied to elements on their way, in registers of any width: one, conjugation, a real or
 // a complex number. Packing, scaling and transposing take the form that does least.
 //
-// A factor of one leaves every bit alone. A complex product is taken by its definition, so that
-// infinite and NaN parts mix as they do in a plain loop.
+// A factor of one leaves every bit alone: (inf, y) * (1, 0) by its definition has a NaN. That is
+// for alpha and beta themselves; elements, and products of elements with alpha, are never asked
+// whether they are one. A complex product is taken by its definition, so that infinite and NaN
+// parts mix as they do in a plain loop.
 #pragma once
 
 #include "elements/factor.h"
@@ -62,7 +64,17 @@ struct ComplexFactor {
   QSL_INLINE ComplexInLow apply(ComplexInLow x) const { return {apply(x.v)}; }
 };
 
-// body(factor), with the form of the factor that does least.
+// An element as a factor, whatever its value.
+template <class Type>
+QSL_INLINE auto element_as_factor(const typename Type::Scalar* element) {
+  if constexpr (Type::parts == 1) {
+    return RealFactor{element};
+  } else {
+    return ComplexFactor<typename Type::Scalar>(element, false);
+  }
+}
+
+// body(factor), with the form of the factor, an alpha or a beta, that does least.
 template <class Type, class Body>
 QSL_INLINE void with_factor(const Scaling& scaling, const Body& body) {
   using Scalar = typename Type::Scalar;

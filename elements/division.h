@@ -1,12 +1,13 @@
 // Divisions by a number that many others are divided by. Three kinds, which differ in their bits
-// and in what they survive; a routine keeps to one:
+// and in what they survive:
 //
 //   set_quotient             R. L. Smith's form: a product with a number of moderate size and a
 //                            division. Neither overflows or underflows before the result does. For
 //                            triangular solves and small matrices.
 //   set_plain_division       conj(d) / |d|^2 with |d|^2 as it comes: it overflows or underflows for
 //                            a d beyond about 1e+-154. For the pivots of long columns, whose bits
-//                            are promised to come about so (lapack/kernels/divide_column.h).
+//                            are promised to come about so wherever |d|^2 is a normal number
+//                            (lapack/kernels/divide_column.h: the others take set_quotient).
 //   ScaledDivision           the same for a d that is brought near 1 first where its square might
 //                            overflow or lose bits. For the pivots of band matrices.
 #pragma once

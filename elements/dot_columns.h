@@ -59,27 +59,30 @@ template <class Elements, int columns>
   Elements::template store_totals<columns>(dots, sums[0], conjugate);
 }
 
-// y := alpha * dots + beta * y
+// y := alpha * dots + beta * y; with beta 0 it is +0 that the product is added to, as where sums
+// start from a stored zero: the sign of a zero does not depend on the way.
 template <class Elements>
 QSL_INLINE void update_pass(int n, const typename Elements::Scalar* alpha,
                             const typename Elements::Scalar* dots,
                             const typename Elements::Scalar* beta, WalkTo<Elements>& y) {
-  using Factor = typename Elements::template FactorIn<typename Elements::Narrow>;
-  const Factor a = Factor::read(alpha);
+  using Narrow = typename Elements::Narrow;
+  using Factor = typename Elements::template FactorIn<Narrow>;
   WalkFrom<Elements> from(dots, n, 1);
+  const bool one = is_one<Elements>(alpha);
+  const Factor a = Factor::read(alpha);
+  const auto add_to = [&](const auto& kept) QSL_INLINE_LAMBDA {
+    pass<Elements>(n, from, y, [&](auto dot, auto before) QSL_INLINE_LAMBDA {
+      return one ? dot + kept(before) : a.times_plus(dot, kept(before));
+    });
+  };
   switch (kind_of<Elements>(beta)) {
     case FactorKind::zero:
-      multiply_pass<Elements>(n, alpha, from, y);
-      return;
+      return add_to([](auto) QSL_INLINE_LAMBDA { return Narrow::zero(); });
     case FactorKind::one:
-      pass<Elements>(n, from, y,
-                     [&](auto dot, auto sum) QSL_INLINE_LAMBDA { return a.times_plus(dot, sum); });
-      return;
+      return add_to([](auto before) QSL_INLINE_LAMBDA { return before; });
     case FactorKind::general: {
       const Factor b = Factor::read(beta);
-      pass<Elements>(n, from, y, [&](auto dot, auto sum) QSL_INLINE_LAMBDA {
-        return a.times_plus(dot, b.times(sum));
-      });
+      return add_to([&](auto before) QSL_INLINE_LAMBDA { return b.times(before); });
     }
   }
 }

@@ -31,8 +31,8 @@ QSL_ALWAYS_EXPANDED unsigned magnitude_bits(const float* value) {
 
 QSL_ALWAYS_EXPANDED bool is_zero(const double* value) { return magnitude_bits(value) == 0; }
 QSL_ALWAYS_EXPANDED bool is_zero(const float* value) { return magnitude_bits(value) == 0; }
-// (One test: with a branch for each part the compiler loads and stores all arguments of a call that
-// two ways lead to.)
+// (One test, as for one below: with a branch for each part the compiler loads and stores all
+// arguments of a call that two ways lead to.)
 QSL_ALWAYS_EXPANDED bool is_zero(const complex_double* value) {
   return (magnitude_bits(&value->real) | magnitude_bits(&value->imag)) == 0;
 }
@@ -40,18 +40,22 @@ QSL_ALWAYS_EXPANDED bool is_zero(const complex_float* value) {
   return (magnitude_bits(&value->real) | magnitude_bits(&value->imag)) == 0;
 }
 
-QSL_ALWAYS_EXPANDED bool is_one(const double* value) {
+// What differs from the bits of 1, folded: 0 for 1 alone.
+QSL_ALWAYS_EXPANDED unsigned bits_besides_one(const double* value) {
   const auto* bits = reinterpret_cast<const DoubleBits*>(value);
-  return bits->low == 0 && bits->high == 0x3ff00000u;
+  return bits->low | (bits->high ^ 0x3ff00000u);
 }
-QSL_ALWAYS_EXPANDED bool is_one(const float* value) {
-  return reinterpret_cast<const FloatBits*>(value)->word == 0x3f800000u;
+QSL_ALWAYS_EXPANDED unsigned bits_besides_one(const float* value) {
+  return reinterpret_cast<const FloatBits*>(value)->word ^ 0x3f800000u;
 }
+
+QSL_ALWAYS_EXPANDED bool is_one(const double* value) { return bits_besides_one(value) == 0; }
+QSL_ALWAYS_EXPANDED bool is_one(const float* value) { return bits_besides_one(value) == 0; }
 QSL_ALWAYS_EXPANDED bool is_one(const complex_double* value) {
-  return is_one(&value->real) && is_zero(&value->imag);
+  return (bits_besides_one(&value->real) | magnitude_bits(&value->imag)) == 0;
 }
 QSL_ALWAYS_EXPANDED bool is_one(const complex_float* value) {
-  return is_one(&value->real) && is_zero(&value->imag);
+  return (bits_besides_one(&value->real) | magnitude_bits(&value->imag)) == 0;
 }
 
 #undef QSL_ALWAYS_EXPANDED

@@ -6,7 +6,7 @@
  * condition of the problem, so its columns are centred and scaled first, which leaves about ten
  * digits.
  *
- * Use: employment DATA_FOLDER
+ * Use: employment [DATA_FOLDER]
  */
 #include <math.h>
 #include <stdio.h>
@@ -51,7 +51,7 @@ int main(int argc, char** argv) {
   char path[1024];
   int i, j;
 
-  snprintf(path, sizeof path, "%s/longley.txt", argc > 1 ? argv[1] : "examples/data");
+  data_path(path, sizeof path, argc, argv, "longley.txt");
   for (j = 0; j < kColumns; ++j) {
     if (read_column(path, j, column, kRows) != kRows) return 1;
     mean[j] = 0;

@@ -3,7 +3,7 @@
  * Data: NIST's "Norris", the calibration of ozone monitors. NIST publishes the line's coefficients
  * to 15 digits, computed in multiple precision; they are printed beside ours.
  *
- * Use: least_squares_line DATA_FOLDER
+ * Use: least_squares_line [DATA_FOLDER]
  */
 #include <math.h>
 #include <stdio.h>
@@ -24,7 +24,7 @@ int main(int argc, char** argv) {
   const int stride = 1;
   int n, i;
 
-  snprintf(path, sizeof path, "%s/norris.txt", argc > 1 ? argv[1] : "examples/data");
+  data_path(path, sizeof path, argc, argv, "norris.txt");
   n = read_column(path, 0, y, kMaxRows);
   if (n < 3 || read_column(path, 1, x, kMaxRows) != n) return 1;
 

@@ -6,7 +6,7 @@
  * complex amplitude; the model is the real part of their sum. The sum of squared residuals is
  * compared with the published one.
  *
- * Use: ocean_cycles DATA_FOLDER
+ * Use: ocean_cycles [DATA_FOLDER]
  */
 #include <math.h>
 #include <stdio.h>
@@ -38,7 +38,7 @@ int main(int argc, char** argv) {
   char path[1024];
   int t, c;
 
-  snprintf(path, sizeof path, "%s/enso.txt", argc > 1 ? argv[1] : "examples/data");
+  data_path(path, sizeof path, argc, argv, "enso.txt");
   if (read_column(path, 0, observed, kMonths) != kMonths) return 1;
 
   /* sum := mean, one element repeated by a stride of 0; then sum := sum + amplitude * oscillation.

@@ -4,7 +4,7 @@
  * sum of floating-point numbers depends on the order of its terms, and fast code may choose that
  * order by the alignment of the arrays. With QSL_CBWR=COMPATIBLE the order depends on n alone.
  *
- * Use: QSL_CBWR=COMPATIBLE same_bits DATA_FOLDER
+ * Use: QSL_CBWR=COMPATIBLE same_bits [DATA_FOLDER]
  */
 #include <stdint.h>
 #include <stdio.h>
@@ -24,7 +24,7 @@ int main(int argc, char** argv) {
   const char* mode = getenv("QSL_CBWR");
   double *x_space, *y_space;
 
-  snprintf(path, sizeof path, "%s/norris.txt", argc > 1 ? argv[1] : "examples/data");
+  data_path(path, sizeof path, argc, argv, "norris.txt");
   n = read_column(path, 0, y, kMaxRows);
   if (n < 1 || read_column(path, 1, x, kMaxRows) != n) return 1;
   x_space = QSL_malloc((kMaxRows + kPositions) * sizeof *x_space, 64);

@@ -5,7 +5,7 @@
  * should be where nobody knows the exact one: by its residual, in units of what rounding must cost,
  * and by the growth of the elements during the elimination, which is what could spoil it.
  *
- * Use: stiffness DATA_FOLDER
+ * Use: stiffness [DATA_FOLDER]
  */
 #include <float.h>
 #include <math.h>
@@ -54,7 +54,7 @@ int main(int argc, char** argv) {
   char path[1024];
   int i, j, status;
 
-  snprintf(path, sizeof path, "%s/bcsstk01.txt", argc > 1 ? argv[1] : "examples/data");
+  data_path(path, sizeof path, argc, argv, "bcsstk01.txt");
   if (!read_matrix(path)) return 1;
   for (i = 0; i < kOrder; ++i) load[i * kCases] = 1000;
   load[(kOrder - 1) * kCases + 1] = 1000;

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what building and checking need, on Debian and its derivatives.
 #
-#   tools/setup.sh GROUP...     groups: build check emulated bench docs lint, or all
+#   tools/setup.sh GROUP...     groups: build fortran check emulated bench docs lint, or all
 #
 # Only what is missing is installed; with nothing missing it returns at once and asks no server.
 # Needs root or sudo for what it installs. The kernel image of the AVX-512 machine and, where Wine
@@ -13,6 +13,7 @@ set -euo pipefail
 
 declare -A packages=(
   [build]="g++ g++-multilib clang cmake ninja-build make python3 ccache"
+  [fortran]="gfortran gfortran-multilib"
   [check]="googletest python3-pytest binutils libmpfr-dev:i386 valgrind libc6-dbg:i386"
   [emulated]="gcc-multilib python3 python3-pytest binutils qemu-user
     bochs bochsbios vgabios isolinux syslinux-common xorriso cpio busybox-static
@@ -26,7 +27,7 @@ declare -A peers=(
   [check]="libopenblas0-serial:i386"
   [bench]="libopenblas0-serial:i386 libfftw3-double3:i386"
 )
-groups=(build check emulated bench docs lint)
+groups=(build fortran check emulated bench docs lint)
 export DEBIAN_FRONTEND=noninteractive
 
 # Prints those of the packages that are not installed. An unqualified name counts for the machine's

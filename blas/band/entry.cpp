@@ -116,15 +116,19 @@ struct Conjugate {
   const complex_double* number() const { return reinterpret_cast<const complex_double*>(this); }
 };
 
-// The n elements from the base on, `step` elements apart.
-static void conjugate(int n, complex_double* base, unsigned step) {
+// The n elements from the base on, `step` elements apart. Zeros that stay keep their sign.
+static void conjugate(int n, complex_double* base, unsigned step, bool zeros_stay = false) {
   constexpr std::size_t size = sizeof(complex_double);
   auto at = reinterpret_cast<std::uintptr_t>(base);
-  for (; n > 0; n--, at += step * size) reinterpret_cast<DoubleBits*>(at)[1].high ^= sign;
+  for (; n > 0; n--, at += step * size) {
+    auto* imag = &reinterpret_cast<complex_double*>(at)->imag;
+    if (!(zeros_stay && is_zero(imag))) reinterpret_cast<DoubleBits*>(imag)->high ^= sign;
+  }
 }
 
 // y := alpha * conj(A) * x + beta * y, the sizes being those of A as its array holds it. The
-// conjugate of y is made in place, and once more when it holds the conjugate of the result.
+// conjugate of y is made in place, and once more when it holds the conjugate of the result. With
+// beta 0 sums of zeros are +0, as the product stores them, and are left so.
 static void conjugate_gbmv(const GbmvCall& g) {
   constexpr std::size_t size = sizeof(complex_double);
   const auto count = static_cast<std::size_t>(g.n);
@@ -139,12 +143,13 @@ static void conjugate_gbmv(const GbmvCall& g) {
   plain.beta = beta.number();
   plain.x = x;
   plain.incx = 1;
+  const bool stores_sums = is_zero(g.beta);
   // A walk against the stride's direction meets the same elements.
   const unsigned step = g.incy < 0 ? 0u - static_cast<unsigned>(g.incy) : g.incy;
   conjugate(g.m, g.y, step);
   gbmv(plain);
   qsl_mm_deallocate(block);
-  conjugate(g.m, g.y, step);
+  conjugate(g.m, g.y, step, stores_sums);
 }
 
 static void gbmv_by_rows(GbmvCall& g, int trans) {

@@ -18,13 +18,34 @@
 #define QSL_API __attribute__((visibility("default")))
 #endif
 
-/** A complex number in double precision: real part first, 16 bytes. */
+/**
+ * A complex number in double precision: real part first, 16 bytes.
+ *
+ * That is the layout of C's `double complex`, of C++'s `std::complex<double>` and of Fortran's
+ * `complex(c_double_complex)`. Pointers to arrays of these are cast where a parameter has this
+ * type; where it is a `void` pointer they go as they are.
+ *
+ * @code{.c}
+ * double complex a[1] = {2.0 * I}, b[1] = {4.0};  // of <complex.h>
+ * int ipiv[1];
+ * LAPACKE_zgesv(CblasColMajor, 1, 1, (complex_double*)a, 1, ipiv, (complex_double*)b, 1);
+ * // b is {-2i}
+ * @endcode
+ *
+ * @code{.cpp}
+ * std::complex<double> a[1] = {{0, 2}}, b[1] = {4};
+ * int ipiv[1];
+ * LAPACKE_zgesv(CblasColMajor, 1, 1, reinterpret_cast<complex_double*>(a), 1, ipiv,
+ *               reinterpret_cast<complex_double*>(b), 1);
+ * // b is {-2i}
+ * @endcode
+ */
 typedef struct complex_double {
   double real; /**< Real part. */
   double imag; /**< Imaginary part. */
 } complex_double;
 
-/** A complex number in single precision: real part first, 8 bytes. */
+/** A complex number in single precision: real part first, 8 bytes. Otherwise as complex_double. */
 typedef struct complex_float {
   float real; /**< Real part. */
   float imag; /**< Imaginary part. */

@@ -151,6 +151,13 @@ QSL_INLINE void replace_rows(const Step& step, const Exchange<Elements>& exchang
   column.set(step.own(), result);
 }
 
+// |p| of a complex p; nothing is scaled.
+QSL_INLINE f64 modulus(const double* p) {
+  const f64 re = f64::load(p);
+  const f64 im = f64::load(p + 1);
+  return square_root(re * re + im * im);
+}
+
 // The multipliers of column k. A pivot above the safe minimum gives a reciprocal; a real one's is
 // taken of its magnitude, which is known before its place is.
 template <class Elements, class Step, int held>
@@ -177,7 +184,7 @@ QSL_INLINE void divide_below(const Step& step, const Exchange<Elements>& exchang
     double divisor[1];
     set_quotient<Elements>(element, diagonal, divisor);
     const auto by = Elements::template FactorIn<Vector>::read(diagonal);
-    if (modulus<Elements>(element) > safe) {
+    if (modulus(element) > safe) {
       const Vector reciprocal = Vector::broadcast(f64{_mm_set_sd(1.0)} / f64::load(divisor));
       replace([&](Vector x) QSL_INLINE_LAMBDA { return by.times(x) * reciprocal; });
     } else {

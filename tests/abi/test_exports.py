@@ -125,3 +125,12 @@ def test_has_its_place_in_the_documents(export):
 def test_the_documents_name_exports_only():
     assert readme_names() <= set(EXPORTS)
     assert manual_names() <= set(EXPORTS)
+
+
+def test_the_documents_name_the_same_variables():
+    in_readme = set(re.findall(r"^\| `(\w+)(?:=\S+)?` \|", (SOURCE / "README.md").read_text().partition(
+        "\n## Environment variables\n")[2].partition("\n## ")[0], re.M))
+    manual = re.search(r"^\.SH ENVIRONMENT\n(.*?)^\.SH", (SOURCE / "docs" / "qsl.7").read_text(), re.M | re.S)[1]
+    in_guide = re.findall(r"^### (\w+)$", (SOURCE / "docs" / "environment.md").read_text(), re.M)
+    assert in_readme == set(in_guide)
+    assert set(re.findall(r"^\.B (\w+)$", manual, re.M)) == set(in_guide)

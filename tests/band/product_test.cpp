@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/band/problem.h"
+#include "tests/printed.h"
 
 namespace band_test {
 namespace {
@@ -84,8 +85,13 @@ TEST(BandProduct, ZeroAlphaAndUnitBetaLeaveEveryBit) {
 TEST(BandProduct, NothingHappensWithoutRowsOrColumns) {
   for (const int layout : {CblasColMajor, CblasRowMajor}) {
     for (const int trans : {CblasNoTrans, CblasTrans, CblasConjTrans}) {
-      cblas_zgbmv(layout, trans, 0, 4, 1, 1, nullptr, nullptr, 3, nullptr, 1, nullptr, nullptr, 1);
-      cblas_zgbmv(layout, trans, 4, 0, 1, 1, nullptr, nullptr, 3, nullptr, 1, nullptr, nullptr, 1);
+      for (const auto& [m, n] : {std::pair{0, 4}, {4, 0}}) {
+        EXPECT_EQ("", printed_by([&] {
+                    cblas_zgbmv(layout, trans, m, n, 1, 1, nullptr, nullptr, 3, nullptr, 1, nullptr,
+                                nullptr, 1);
+                  }))
+            << layout << " " << trans << ", " << m << " by " << n;
+      }
     }
   }
 }
@@ -114,6 +120,97 @@ TEST(BandProduct, WidthsFarBeyondTheMatrix) {
   expect_product(INT_MAX - 1, 0);
   expect_product(0, INT_MAX - 1);
   expect_product(INT_MAX / 2, INT_MAX / 2);
+}
+
+// Shapes with short and long columns, columns without elements, several blocks of columns and of
+// rows.
+std::vector<Call> calls_of_every_way() {
+  std::vector<Call> result;
+  for (const bool by_rows : {false, true}) {
+    for (int trans = 0; trans < 3; trans++) {
+      for (const int inc : {1, -2}) {
+        for (const auto& [m, n] : {std::pair{1, 1}, {1, 6}, {7, 1}, {9, 8}, {5, 30}, {31, 4}}) {
+          for (const int width : {0, 1, 3, 40}) {
+            result.push_back({trans, m, n, width, 2, 0, inc, inc, by_rows});
+          }
+        }
+        if (emulated()) continue;
+        result.push_back({trans, 260, 250, 3, 4, 0, inc, 1, by_rows});
+        result.push_back({trans, 150, 300, 90, 20, 0, 1, inc, by_rows});
+        // (The other way round the array would be large.)
+        if (by_rows) {
+          result.push_back({trans, 40, 1300, 5, 1200, 0, inc, 1, by_rows});
+        } else {
+          result.push_back({trans, 1300, 40, 1200, 5, 0, inc, 1, by_rows});
+        }
+      }
+    }
+  }
+  return result;
+}
+
+// With beta 0, the sum of zeros of any sign is the zero that +0 with them added is.
+TEST(BandProduct, SumsOfZerosArePositive) {
+  unsigned turn = 0;
+  for (const Call& call : calls_of_every_way()) {
+    const bool is_small = call.m * call.n < 300;
+    for (const Number alpha : level2_test::factors<Number>()) {
+      turn++;
+      if (!is_small && turn % 4 != 0) continue;
+      for (int i = 0; i < (is_small ? 4 : 1); i++, turn++) {
+        const auto one_or_zero = [&](bool is_zero, unsigned signs) -> Number {
+          const double size = is_zero ? 0 : 1;
+          return {signs & 1 ? -size : size, signs & 2 ? -size : size};
+        };
+        Operands operands(call);
+        for (int row = 0; row < call.m; row++) {
+          for (int j = call.first_column(row); j < call.end_column(row); j++) {
+            operands.a.set(row, j, one_or_zero(turn & 1, turn >> 1));
+          }
+        }
+        operands.x.fill_with([&] { return one_or_zero(!(turn & 1), turn >> 3); });
+        operands.y.fill_with([] { return Number{-0.0, -0.0}; });
+        operands.run(Exported(), call, alpha, {0, turn % 3 == 0 ? 0.0 : -0.0});
+        for (int at = 0; at < call.y_elements(); at++) {
+          const Number found = operands.y.get(at);
+          ASSERT_TRUE(found.real == 0 && !std::signbit(found.real) && found.imag == 0 &&
+                      !std::signbit(found.imag))
+              << call << ", alpha " << alpha.real << " " << alpha.imag << ", element " << at << ": "
+              << found.real << " " << found.imag;
+        }
+      }
+    }
+  }
+}
+
+// A complex product of (inf, y) by (1, 0) would have a NaN.
+TEST(BandProduct, FactorsOfOneLeaveInfinities) {
+  const double infinity = std::numeric_limits<double>::infinity();
+  for (const Call& call : calls_of_every_way()) {
+    for (const double imag : {0.0, -0.0}) {
+      const Number one = {1, imag};
+      // alpha: (inf, 1) * (2, 3) is (inf, inf), and its conjugate so, too.
+      Operands operands(call);
+      operands.a.set(0, 0, call.trans == 2 ? Number{infinity, -1} : Number{infinity, 1});
+      operands.x.set(0, 0, {2, 3});
+      operands.run(Exported(), call, one, std::signbit(imag) ? one : Number{0, 0});
+      for (int at = 0; at < call.y_elements(); at++) {
+        const Number found = operands.y.get(at);
+        ASSERT_TRUE(at == 0 ? found.real == infinity && found.imag == infinity
+                            : std::isfinite(found.real) && std::isfinite(found.imag))
+            << call << ", element " << at << ": " << found.real << " " << found.imag;
+      }
+      // beta
+      Operands given(call), finite(call);
+      const double part = given.y.get(0).imag;
+      given.y.set(0, 0, {-infinity, part});
+      given.run(Exported(), call, general_factor(), one);
+      finite.run(Exported(), call, general_factor(), one);
+      const Number expected = {-infinity, finite.y.get(0).imag};
+      ASSERT_TRUE(given.y.get(0).real == expected.real && given.y.get(0).imag == expected.imag)
+          << call << ": " << given.y.get(0).real << " " << given.y.get(0).imag;
+    }
+  }
 }
 
 // The reversed x and a stride of -1 are the same vector.

@@ -49,7 +49,7 @@ int make_calls() {
   cblas_zgbmv(CblasColMajor, CblasNoTrans, 0, 4, 1, 0, &alpha, a, 3, x, 1, &beta, y, 1);
   cblas_zgbmv(CblasColMajor, CblasNoTrans, -1, 4, 1, 0, &alpha, a, 3, x, 1, &beta, y, 1);
 
-  // One with a bad option reaches the routine, with the option unset: a zero ends its text.
+  // One with a bad option reaches the routine, with the option unset: it shows as a blank.
   qsl_printf("an option\n");
   cblas_zgbmv(CblasRowMajor, 0, 3, 4, 1, 0, &alpha, a, 3, x, 1, &beta, y, 1);
   return 0;
@@ -108,9 +108,10 @@ TEST(VerboseBand, EveryCallThatReachesTheRoutineHasItsLine) {
   while (std::getline(text, line)) rest += line + "\n";
   const std::string start = "nothing\n" + report("3", "cblas_zgbmv") + "an option\n" +
                             report("2", "cblas_zgbmv") + report("1", "ZGBMV ") +
-                            "QSL_VERBOSE ZGBMV( ";
+                            "QSL_VERBOSE ZGBMV( ,4,3,0,1,";
   EXPECT_EQ(rest.substr(0, start.size()), start);
   EXPECT_EQ(rest.find('\n', start.size()), rest.size() - 1) << rest;
+  EXPECT_NE(rest.find("s CNR:", start.size()), std::string::npos) << rest;
 }
 
 TEST(VerboseBand, WithoutVerboseModeThereAreReportsAlone) {

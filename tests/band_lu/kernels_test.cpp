@@ -1,5 +1,10 @@
 // The factorisation of band matrices and the solve with the factors, by every variant that this
 // processor supports.
+#include <cstring>
+#include <limits>
+#include <tuple>
+
+#include "lapack/band/blocking.h"
 #include "tests/band_lu/variants.h"
 #include "tests/level1/guard_pages.h"
 
@@ -7,6 +12,8 @@ namespace band_lu_test {
 namespace {
 
 using level1_test::GuardPages;
+
+constexpr double quiet_nan = std::numeric_limits<double>::quiet_NaN();
 
 TEST_P(BandLuKernels, EveryShape) { ASSERT_NO_FATAL_FAILURE(check_shapes(Direct{GetParam()})); }
 
@@ -126,20 +133,58 @@ TEST_P(BandLuKernels, DenormalPivots) {
 }
 
 TEST_P(BandLuKernels, ANanStopsNothing) {
-  const double nan = std::numeric_limits<double>::quiet_NaN();
   for (const Shape& shape : {Shape{40, 5, 4}, {140, 100, 90}}) {
     for (const int at : {0, 7, shape.n - 1}) {
       BandArray array(shape);
-      array.set(at, at, {nan, 1});
+      array.set(at, at, {quiet_nan, 1});
       RightSides x(shape.n, 1, shape.n, 1);
       std::vector<int> pivots(static_cast<std::size_t>(shape.n));
-      Direct{GetParam()}(shape.n, shape.kl, shape.ku, 1, array.data(), shape.ldab(), pivots.data(),
-                         x.data(), shape.n);
+      const int info = Direct{GetParam()}(shape.n, shape.kl, shape.ku, 1, array.data(),
+                                          shape.ldab(), pivots.data(), x.data(), shape.n);
+      ASSERT_EQ(info, 0) << shape << ", NaN at " << at;
       for (int j = 0; j < shape.n; j++) {
         const int pivot = pivots[static_cast<std::size_t>(j)];
         ASSERT_TRUE(pivot > j && pivot <= array.end_row(j)) << shape;
       }
       ASSERT_TRUE(array.rest_is_kept() && x.rest_is_kept());
+    }
+  }
+}
+
+// A NaN on the diagonal is the pivot there, and no zero: info is that of the first zero after it,
+// or none. A column that is NaN or zero leaves the later ones of a triangular matrix alone.
+TEST_P(BandLuKernels, ANanPivotIsNoZero) {
+  for (const Number nan :
+       {Number{quiet_nan, 0}, {0, quiet_nan}, {quiet_nan, quiet_nan}, {-quiet_nan, -0.0}}) {
+    for (Shape shape : {Shape{9, 0, 2}, {40, 0, 5}}) {
+      for (const int nan_at : {0, 3, shape.n - 1}) {
+        for (const int zero_at : {-1, 1, 5}) {
+          BandArray array(shape);
+          array.set(nan_at, nan_at, nan);
+          if (zero_at >= 0) array.set(zero_at, zero_at, {0, 0});
+          std::vector<int> pivots(static_cast<std::size_t>(shape.n));
+          ASSERT_EQ(GetParam().zgbtrf(shape.n, shape.kl, shape.ku, array.data(), shape.ldab(),
+                                      pivots.data(), nullptr),
+                    zero_at + 1)
+              << shape << ", NaN at " << nan_at;
+        }
+      }
+    }
+    for (Shape shape : {Shape{40, 5, 4}, {60, 40, 3}, {140, 100, 90}}) {
+      for (const int nan_at : {0, 23, 24, shape.n - 1}) {
+        shape.kind = Kind::dominant;
+        BandArray array(shape);
+        array.set(nan_at, nan_at, nan);
+        RightSides x(shape.n, 1, shape.n, 1);
+        std::vector<int> pivots(static_cast<std::size_t>(shape.n));
+        ASSERT_EQ(Direct{GetParam()}(shape.n, shape.kl, shape.ku, 1, array.data(), shape.ldab(),
+                                     pivots.data(), x.data(), shape.n),
+                  0)
+            << shape << ", NaN at " << nan_at;
+        for (int j = 0; j <= nan_at; j++) {
+          ASSERT_EQ(pivots[static_cast<std::size_t>(j)], j + 1) << shape << ", NaN at " << nan_at;
+        }
+      }
     }
   }
 }
@@ -168,28 +213,75 @@ TEST_P(BandLuKernels, BitsDoNotDependOnAddresses) {
   }
 }
 
-// One byte outside the first and the last element ends the test.
+// Arrays between unmapped pages, each at the start or at the end of its own. One byte outside the
+// first and the last element ends the test.
+class GuardedSystem {
+ public:
+  explicit GuardedSystem(const Shape& shape)
+      : shape_(shape),
+        array_(shape),
+        right_(shape.n, 1, shape.n, 2),
+        first_(shape.index(0, 0)),
+        ab_bytes_((shape.index(shape.n - 1, shape.n - 1) + 1 - first_) * sizeof(Number)),
+        b_bytes_(static_cast<std::size_t>(shape.n) * sizeof(Number)),
+        pivot_bytes_(static_cast<std::size_t>(shape.n) * sizeof(int)),
+        work_bytes_(static_cast<std::size_t>(
+                        qsl::lapack::gbtrf_work_elements(shape.n, shape.kl, shape.ku)) *
+                    sizeof(Number)),
+        ab_pages_(ab_bytes_ + 4),
+        b_pages_(b_bytes_ + 4),
+        pivot_pages_(pivot_bytes_),
+        work_pages_(work_bytes_ + 4) {
+    // The lowest row of each column becomes the pivot: the fill is as wide as it can be, and of the
+    // work area everything is used.
+    for (int j = 0; j + shape.kl < shape.n; j++) array_.set(j + shape.kl, j, {0, 50});
+  }
+
+  // In blocks where the shape has them.
+  void solve(const Variant& variant, bool at_end) {
+    const auto place = [at_end](GuardPages& pages, std::size_t bytes, std::size_t slack) {
+      return at_end ? pages.at_end(bytes, slack) : pages.at_start(slack);
+    };
+    auto* ab = static_cast<Number*>(place(ab_pages_, ab_bytes_, 4));
+    auto* b = static_cast<Number*>(place(b_pages_, b_bytes_, 0));
+    auto* pivots = static_cast<int*>(place(pivot_pages_, pivot_bytes_, 0));
+    auto* work = static_cast<Number*>(place(work_pages_, work_bytes_, 0));
+    std::memcpy(static_cast<void*>(ab), array_.data() + first_, ab_bytes_);
+    std::memcpy(static_cast<void*>(b), right_.data(), b_bytes_);
+    const auto& [n, kl, ku] = std::tuple(shape_.n, shape_.kl, shape_.ku);
+    ASSERT_EQ(variant.zgbtrf(n, kl, ku, ab - first_, shape_.ldab(), pivots,
+                             work_bytes_ > 0 ? work : nullptr),
+              0)
+        << shape_;
+    variant.zgbtrs(n, kl, ku, 1, ab - first_, shape_.ldab(), pivots, b, n);
+  }
+
+ private:
+  Shape shape_;
+  BandArray array_;
+  RightSides right_;
+  std::size_t first_, ab_bytes_, b_bytes_, pivot_bytes_, work_bytes_;
+  GuardPages ab_pages_, b_pages_, pivot_pages_, work_pages_;
+};
+
 TEST_P(BandLuKernels, StaysInsideTheArrays) {
-  GuardPages ab_pages(16 * GuardPages::page), b_pages(GuardPages::page);
+  const auto expect = [](const Shape& shape) {
+    GuardedSystem system(shape);
+    for (const bool at_end : {false, true}) {
+      ASSERT_NO_FATAL_FAILURE(system.solve(GetParam(), at_end));
+    }
+  };
   for (const int n : {1, 2, 3, 5, 8, 13, 20, 33}) {
     for (const int kl : {0, 1, 2, 5, 9, 40}) {
-      for (const int ku : {0, 1, 3, 6, 25}) {
-        const Shape shape = {n, kl, ku};
-        BandArray array(shape);
-        const std::size_t first = shape.index(0, 0), end = shape.index(n - 1, n - 1) + 1;
-        for (const bool at_end : {false, true}) {
-          const std::size_t bytes = (end - first) * sizeof(Number);
-          auto* ab =
-              static_cast<Number*>(at_end ? ab_pages.at_end(bytes, 4) : ab_pages.at_start(4));
-          std::memcpy(static_cast<void*>(ab), array.data() + first, bytes);
-          const std::size_t b_bytes = static_cast<std::size_t>(n) * sizeof(Number);
-          auto* b = static_cast<Number*>(at_end ? b_pages.at_end(b_bytes, 0) : b_pages.at_start(0));
-          std::memset(static_cast<void*>(b), 0, b_bytes);
-          int pivots[33];
-          ASSERT_EQ(Direct{GetParam()}(n, kl, ku, 1, ab - first, shape.ldab(), pivots, b, n), 0);
-        }
-      }
+      for (const int ku : {0, 1, 3, 6, 25}) ASSERT_NO_FATAL_FAILURE(expect({n, kl, ku}));
     }
+  }
+  // One block and many, the last one short or whole; bands within the matrix and beyond it.
+  for (const Shape& shape : blocked_shapes()) ASSERT_NO_FATAL_FAILURE(expect(shape));
+  for (const int n : {119, 120, 121, 143, 144, 145}) {
+    ASSERT_GT(qsl::lapack::gbtrf_work_elements(n, 110, 7), 0u);
+    ASSERT_NO_FATAL_FAILURE(expect({n, 110, 7, n % 2}));
+    ASSERT_NO_FATAL_FAILURE(expect({n, n, n}));
   }
 }
 

@@ -45,6 +45,7 @@ struct Shape {
   int pad = 0;  // ldab - (2 * kl + ku + 1)
   Kind kind = Kind::random;
   unsigned phase = 0;
+  double scale = 1;  // of all elements
 
   int kv() const { return kl + ku; }
   int ldab() const { return 2 * kl + ku + 1 + pad; }
@@ -57,7 +58,7 @@ struct Shape {
 
 inline std::ostream& operator<<(std::ostream& out, const Shape& s) {
   return out << "order " << s.n << ", bands " << s.kl << " " << s.ku << ", ldab + " << s.pad
-             << ", kind " << static_cast<int>(s.kind);
+             << ", kind " << static_cast<int>(s.kind) << ", times " << s.scale;
 }
 
 // Uniform numbers between -1 and 1.
@@ -122,7 +123,8 @@ class BandArray {
     Uniform uniform(seed);
     for (int j = 0; j < shape.n; j++) {
       for (int i = first_row(j, shape.ku); i < end_row(j); i++) {
-        set(i, j, narrow<Number>(element_of_kind(shape, i, j, uniform)));
+        const Wide x = element_of_kind(shape, i, j, uniform);
+        set(i, j, narrow<Number>({x.re * shape.scale, x.im * shape.scale}));
       }
     }
   }
@@ -261,8 +263,8 @@ struct Reference {
 
 // The reference for a matrix of one kind. It is the same for all levels.
 inline const Reference& reference_for(const Shape& s, BandArray& array) {
-  static std::map<std::tuple<int, int, int, Kind>, Reference> known;
-  const auto key = std::tuple(s.n, s.kl, s.ku, s.kind);
+  static std::map<std::tuple<int, int, int, Kind, double>, Reference> known;
+  const auto key = std::tuple(s.n, s.kl, s.ku, s.kind, s.scale);
   auto at = known.find(key);
   if (at == known.end()) at = known.emplace(key, Reference(s, array)).first;
   return at->second;

@@ -1,6 +1,9 @@
 // Band systems through the routine that the C interface stands on, at every processor type.
 #include <gtest/gtest.h>
 
+#include <cstring>
+
+#include "include/qsl/lapack.h"
 #include "lapack/band/routines.h"
 #include "tests/band_lu/problem.h"
 
@@ -18,6 +21,40 @@ TEST(BandSystem, EveryShape) { ASSERT_NO_FATAL_FAILURE(check_shapes(solve)); }
 TEST(BandSystem, WideBands) {
   for (const Shape& shape : blocked_shapes()) {
     ASSERT_NO_FATAL_FAILURE(check(solve, shape, 3, 2));
+  }
+}
+
+// The same by the export. Its search for NaN reads the room for fill.
+int solve_by_export(int n, int kl, int ku, int nrhs, Number* ab, int ldab, int* ipiv, Number* b,
+                    int ldb) {
+  for (int j = 0; j < n; j++) {
+    for (int row = std::max(0, kl + ku - j); row < kl; row++) {
+      const Number zero = {0, 0};
+      char* at = reinterpret_cast<char*>(ab) + (j * ldab + row) * static_cast<int>(sizeof zero);
+      std::memcpy(at, &zero, sizeof zero);
+    }
+  }
+  return LAPACKE_zgbsv(CblasColMajor, n, kl, ku, nrhs, ab, ldab, ipiv, b, ldb);
+}
+
+// Where squares of moduli overflow or underflow, and where they are just about to: narrow bands,
+// and at the ends of the range such as are factored in blocks.
+TEST(BandSystem, MatricesFarFromOne) {
+  const auto expect = [](Shape shape, double scale) {
+    shape.scale = scale;
+    check(solve_by_export, shape, 2, 1);
+  };
+  for (const double scale :
+       {1e170, 1e-170, 1e300, 1e-300, 0x1p-512, 0x1p-511, 0x1p511, 0x1p512, 0x1p-500, 0x1p500}) {
+    for (const Shape& shape :
+         {Shape{16, 3, 2}, {17, 0, 4}, {33, 8, 8, 1}, {64, 20, 1}, {65, 2, 9}}) {
+      ASSERT_NO_FATAL_FAILURE(expect(shape, scale));
+    }
+  }
+  if (emulated()) return;
+  for (const double scale : {1e300, 1e-300}) {
+    ASSERT_NO_FATAL_FAILURE(expect({200, 6, 9}, scale));
+    ASSERT_NO_FATAL_FAILURE(expect({200, 90, 80}, scale));
   }
 }
 

@@ -6,6 +6,7 @@
 #include <thread>
 #include <vector>
 
+#include "runtime/platform/platform.h"
 #include "runtime/verbose/verbose.h"
 #include "tests/frame/support.h"
 
@@ -41,6 +42,19 @@ TEST(Clock, ASleepHasItsLength) {
     ratios.push_back((stamp1 - stamp0) / (wall1 - wall0));
   }
   EXPECT_NEAR(median(ratios), 1, 0.01);
+}
+
+// Over more than a second, whatever units the system counts in: a jump would end a measurement.
+TEST(Clock, TheCoarseClockDoesNotJump) {
+  const std::uint32_t start = qsl::platform::coarse_clock();
+  std::uint32_t last = start;
+  const double wall0 = wall();
+  while (wall() - wall0 < 1.1) {
+    const std::uint32_t now = qsl::platform::coarse_clock();
+    ASSERT_LE(now - last, qsl::platform::kMeasuredTicks * 100);
+    last = now;
+  }
+  EXPECT_GT(last - start, qsl::platform::kMeasuredTicks * 5);
 }
 
 // Each measurement counts: there is but one in a process.

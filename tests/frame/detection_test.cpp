@@ -1,4 +1,6 @@
 // Detection of the raw processor type, the override, and the limit of QSL_ENABLE_INSTRUCTIONS.
+#include <cpuid.h>
+
 #include "tests/frame/support.h"
 
 namespace {
@@ -465,6 +467,11 @@ TEST_F(Vendor, Fma4NeedsVendorAvxAndNoFixedBranch) {
     qsl_cpu_features = kSse42;
     EXPECT_EQ(qsl_cpu_has_fma4(), 0) << "no AVX";
     EXPECT_EQ(qsl_has_fma4, 0);
+    qsl_has_fma4 = -1;
+    qsl_cpu_features = kAvx2;
+    unsigned eax, ebx, ecx = 0, edx;
+    __get_cpuid(0x80000001, &eax, &ebx, &ecx, &edx);
+    EXPECT_EQ(qsl_cpu_has_fma4(), ecx >> 16 & 1) << "the processor's own bit";
   }
 }
 

@@ -220,6 +220,11 @@ TEST_F(Verbose, TheModeWordIsReadOnce) {
   EXPECT_EQ(output_of_child("--mode"), "0 0\n") << "128 characters count as unset";
 }
 
+TEST_F(Verbose, NullPointersCountAsNothing) {
+  EXPECT_EQ(qsl::value_or_zero(static_cast<const int*>(nullptr)), 0);
+  EXPECT_EQ(qsl::value_or_zero(static_cast<const char*>(nullptr)), '\0');
+}
+
 TEST_F(Verbose, WrappersGiveTheResultAndThenTheirLine) {
   const struct {
     const char *mode, *text;

@@ -4,6 +4,7 @@
 #include "tests/lapack/known_factors.h"
 #include "tests/lapack/ratios.h"
 #include "tests/lapack/variants.h"
+#include "tests/level1/fused.h"
 
 namespace lapack_test {
 namespace {
@@ -148,81 +149,151 @@ TEST_P(Leaf, AZeroColumnIsPassedOver) {
   });
 }
 
-// A product with the reciprocal, not a quotient; a complex reciprocal is conj(p) / |p|^2.
-TEST_P(Leaf, APivotOfOrdinarySizeMultiplies) {
+// A column below a real pivot: what the leaf makes of it, a product with the reciprocal or a
+// quotient. Where the two never differ nothing is shown.
+void expect_division(const Variant& variant, double pivot, bool by_reciprocal, bool may_agree) {
   int different = 0;
+  for (int m = 2; m <= 40; m++) {
+    Random random(static_cast<unsigned>(m));
+    Matrix<double> a(m, 1);
+    a(0, 0) = pivot;
+    for (int i = 1; i < m; i++) a(i, 0) = pivot * random.unit();
+    const auto found = factor(variant, a, {});
+    ASSERT_EQ(found.info, 0) << pivot;
+    for (int i = 1; i < m; i++) {
+      const double product = a(i, 0) * (1 / pivot), quotient = a(i, 0) / pivot;
+      different += product != quotient ? 1 : 0;
+      ASSERT_EQ(found.a(i, 0), by_reciprocal ? product : quotient)
+          << pivot << ", " << i << " of " << m;
+    }
+  }
+  EXPECT_TRUE(different > 0 || may_agree) << pivot;
+}
+
+// (Both ways give the same for powers of two and for their next neighbours among the smallest
+// numbers.)
+TEST_P(Leaf, ARealPivotFromTheSafeMinimumOnMultiplies) {
   for (const double pivot :
-       {3.0, -7.0, 1.1, 0x1.7p-1000, -0x1.3p900, safe_minimum, 3 * safe_minimum}) {
+       {3.0, -7.0, 1.1, 0x1.7p-1000, -0x1.3p900, 0x1.00001p-1022, -0x1.3p-1022}) {
+    ASSERT_NO_FATAL_FAILURE(expect_division(GetParam(), pivot, true, false));
+  }
+  for (const double pivot : {safe_minimum, std::nextafter(safe_minimum, 1.0)}) {
+    ASSERT_NO_FATAL_FAILURE(expect_division(GetParam(), pivot, true, true));
+  }
+}
+
+// Down to half the safe minimum reciprocals are finite, and are not taken.
+TEST_P(Leaf, ARealPivotBelowTheSafeMinimumDivides) {
+  for (const double pivot : {0x1.ffffep-1023, -0x1.ffffep-1023, 0x1.8p-1023, -0x1.23456p-1023,
+                             0x1.00001p-1023, 0x1.7p-1024, 0x1.23p-1030, -0x1.7p-1060}) {
+    ASSERT_NO_FATAL_FAILURE(expect_division(GetParam(), pivot, false, false));
+  }
+  for (const double pivot : {std::nextafter(safe_minimum, 0.0), 0x1p-1074, -0x1p-1074}) {
+    ASSERT_NO_FATAL_FAILURE(expect_division(GetParam(), pivot, false, true));
+  }
+}
+
+// x * y + sum, fused where the level does it. (For ordinary numbers.)
+double product_sum(bool fuse, double x, double y, double sum) {
+  return fuse ? level1_test::fused(x, y, sum) : x * y + sum;
+}
+
+// A complex reciprocal is conj(p) / |p|^2, with |p|^2 as it comes, wherever that is a normal
+// number: to the last bit.
+TEST_P(Leaf, AComplexPivotMultipliesWhereItsSquareIsNormal) {
+  const bool fuse = GetParam().fuses();
+  for (const int exponent : {-510, -509, -300, -1, 0, 1, 300, 509, 510}) {
     for (int m = 2; m <= 33; m++) {
-      Random random(static_cast<unsigned>(m));
-      Matrix<double> a(m, 1);
-      Matrix<complex_double> z(m, 1);
-      a(0, 0) = pivot;
-      for (int i = 1; i < m; i++) a(i, 0) = pivot * random.unit();
-      for (int i = 0; i < m; i++) z(i, 0) = {a(i, 0), 0};
+      Random random(static_cast<unsigned>(600 + exponent));
+      Matrix<complex_double> a = random_matrix<complex_double>(m, 1, static_cast<unsigned>(m));
+      a(0, 0) = {1 + random.unit() / 2, m % 3 == 0 ? 0.0 : 1 + random.unit() / 2};
+      if (m % 5 == 0) std::swap(a(0, 0).real, a(0, 0).imag);
+      if (m % 2 == 0) a(0, 0).imag = -a(0, 0).imag;
+      for (int i = 1; i < m; i++) a(i, 0) = scaled(a(i, 0), 0.25);
+      scale_by(a, std::ldexp(1.0, exponent));
+      const complex_double p = a(0, 0);
+      const double square = p.real * p.real + p.imag * p.imag;
+      ASSERT_TRUE(std::isnormal(square)) << p.real << ", " << p.imag;
+      const complex_double by = {p.real / square, -p.imag / square};
       const auto found = factor(GetParam(), a, {});
+      ASSERT_EQ(found.ipiv[0], 1);
       for (int i = 1; i < m; i++) {
-        const double product = a(i, 0) * (1 / pivot);
-        different += product != a(i, 0) / pivot ? 1 : 0;
-        ASSERT_EQ(found.a(i, 0), product) << pivot << ", " << i << " of " << m;
-      }
-      if (std::fabs(pivot) > 0x1p500 || std::fabs(pivot) < 0x1p-500) continue;
-      const auto complex = factor(GetParam(), z, {});
-      for (int i = 1; i < m; i++) {
-        const double product = a(i, 0) * (pivot / (pivot * pivot));
-        ASSERT_TRUE(equal(complex.a(i, 0), complex_double{product, 0}))
-            << pivot << ", " << i << " of " << m;
-      }
-    }
-  }
-  EXPECT_GT(different, 0);
-}
-
-// At the safe minimum the reciprocal is still finite, below it is not.
-TEST_P(Leaf, TinyRealPivotsDivide) {
-  for (const double pivot : {safe_minimum, -safe_minimum, std::nextafter(safe_minimum, 1.0),
-                             std::nextafter(safe_minimum, 0.0), 0x1p-1030, -0x1p-1074, 0x1p-1074}) {
-    for (int m = 2; m <= 40; m++) {
-      Matrix<double> a(m, 1);
-      for (int i = 1; i < m; i++) a(i, 0) = i % 3 == 0 ? 0 : i % 3 == 1 ? pivot : -pivot;
-      a(0, 0) = pivot;
-      const auto found = factor(GetParam(), a, {});
-      ASSERT_EQ(found.info, 0) << pivot;
-      for (int i = 1; i < m; i++) {
-        const double l = i % 3 == 0 ? 0 : i % 3 == 1 ? 1 : -1;
-        ASSERT_NEAR(found.a(i, 0), l, 2 * 0x1p-53) << pivot << ", " << i << " of " << m;
+        const complex_double x = a(i, 0);
+        const complex_double expected = {product_sum(fuse, x.imag, -by.imag, x.real * by.real),
+                                         product_sum(fuse, x.real, by.imag, x.imag * by.real)};
+        ASSERT_TRUE(equal(found.a(i, 0), expected)) << "2^" << exponent << ", " << i << " of " << m;
       }
     }
   }
 }
 
-// |re|^2 + |im|^2 is formed as it comes.
-TEST_P(Leaf, ComplexPivotsDivideByTheirSquaredModulus) {
-  for (int m = 2; m <= 20; m++) {
-    for (const complex_double direction :
-         {complex_double{4, 0}, {0, 4}, {0, -4}, {4, 4}, {-4, 4}}) {
-      for (const double scale : {1.0, 0x1p-500, 0x1p500, 0x1p-600, 0x1p600}) {
-        Matrix<complex_double> a(m, 1);
-        for (int i = 0; i < m; i++) {
-          const double re = direction.real * scale / 2, im = direction.imag * scale / 2;
-          a(i, 0) = i % 2 == 0 ? complex_double{re, im} : complex_double{-im, re};
-        }
-        a(0, 0) = {direction.real * scale, direction.imag * scale};
-        const auto found = factor(GetParam(), a, {});
-        ASSERT_EQ(found.info, 0);
-        ASSERT_EQ(found.ipiv[0], 1);
-        for (int i = 1; i < m; i++) {
-          const complex_double l = found.a(i, 0);
-          if (scale < 0x1p-510) {
-            ASSERT_FALSE(is_finite(l)) << "the square of the modulus is 0";
-          } else if (scale > 0x1p510) {
-            ASSERT_TRUE(equal(l, complex_double{0, 0})) << "the square of the modulus overflows";
-          } else {
-            const complex_double expected =
-                i % 2 == 0 ? complex_double{0.5, 0} : complex_double{0, 0.5};
-            ASSERT_TRUE(equal(l, expected)) << scale << ", " << i << " of " << m;
+// Where |p|^2 overflows, vanishes or loses bits: p on one of the axes, where both forms have few
+// roundings, on both sides of the borders.
+TEST_P(Leaf, AComplexPivotDividesWhereItsSquareIsNotNormal) {
+  const double least = 0x1p-511, end = 0x1p512;
+  const double pivots[] = {least,
+                           0x1.00001p-511,
+                           0x1.ffffep-512,
+                           std::nextafter(least, 0.0),
+                           std::nextafter(least, 1.0),
+                           std::nextafter(end, 0.0),
+                           end,
+                           std::nextafter(end, infinity),
+                           0x1.8p-512,
+                           0x1.7p-530,
+                           0x1.1p-600,
+                           1.3e-300,
+                           0x1.3p-1020,
+                           0x1.7p600,
+                           1.3e300,
+                           0x1.7p1023};
+  for (const double pivot : pivots) {
+    const bool normal = std::isnormal(pivot * pivot);
+    int different = 0;
+    for (const double signed_pivot : {pivot, -pivot}) {
+      for (const bool imaginary : {false, true}) {
+        for (int m = 2; m <= 20; m++) {
+          auto a = random_matrix<complex_double>(m, 1, static_cast<unsigned>(m));
+          scale_by(a, pivot / 4);
+          a(0, 0) = imaginary ? complex_double{0, signed_pivot} : complex_double{signed_pivot, 0};
+          const auto found = factor(GetParam(), a, {});
+          ASSERT_EQ(found.ipiv[0], 1);
+          const double by = signed_pivot / (pivot * pivot);
+          const auto divided = [&](double x, bool as_normal) {
+            return as_normal ? x * by : x / signed_pivot;
+          };
+          for (int i = 1; i < m; i++) {
+            const complex_double x = a(i, 0);
+            const complex_double turned = imaginary ? complex_double{x.imag, -x.real} : x;
+            different += divided(turned.real, true) != divided(turned.real, false) ? 1 : 0;
+            const complex_double expected = {divided(turned.real, normal),
+                                             divided(turned.imag, normal)};
+            ASSERT_TRUE(equal(found.a(i, 0), expected))
+                << signed_pivot << (imaginary ? "i, " : ", ") << i << " of " << m;
           }
         }
+      }
+    }
+    EXPECT_TRUE(different > 0 || std::fabs(pivot / least - 1) < 0x1p-50) << pivot;
+  }
+}
+
+// The same for any direction of the pivot, within a few roundings.
+TEST_P(Leaf, MultipliersOfExtremeComplexPivotsAreRight) {
+  for (const int exponent :
+       {-1000, -900, -600, -538, -530, -512, -511, 511, 512, 513, 600, 900, 1018}) {
+    for (int m = 2; m <= 20; m++) {
+      auto a = random_matrix<complex_double>(m, 1, static_cast<unsigned>(m));
+      for (int i = 1; i < m; i++) a(i, 0) = scaled(a(i, 0), 0.25);
+      a(0, 0) = {m % 2 == 0 ? 1.0 : -0.3 * a(0, 0).real, m % 3 == 0 ? 1.25 : 0.7 + a(0, 0).imag};
+      scale_by(a, std::ldexp(1.0, exponent));
+      const auto found = factor(GetParam(), a, {});
+      ASSERT_EQ(found.info, 0);
+      if (found.ipiv[0] != 1) continue;
+      for (int i = 1; i < m; i++) {
+        const auto difference = wide(found.a(i, 0)) * wide(a(0, 0)) - wide(a(i, 0));
+        ASSERT_LE(size(difference), 16 * eps * size(wide(a(0, 0))))
+            << "2^" << exponent << ", " << i << " of " << m;
       }
     }
   }

@@ -64,6 +64,7 @@ TEST(NanDecision, OnForATextThatIsTooLong) {
 int main(int argc, char** argv) {
   const std::string wanted = argc == 2 ? argv[1] : "";
   if (wanted == "--verbose") return lapack_test::make_verbose_calls();
+  if (wanted == "--copies") return lapack_test::make_copies();
   if (wanted == "--nan") return lapack_test::print_nan_decision();
   testing::InitGoogleTest(&argc, argv);
   return RUN_ALL_TESTS();

@@ -156,8 +156,8 @@ TEST_P(SmallLu, TinyPivotsHaveTheBitsOfTheElimination) {
 TEST_P(SmallLu, DividesByTheSafeMinimumItself) {
   const double next = std::nextafter(safe_minimum, 1.0);
   int different = 0;
-  for (const double pivot :
-       {safe_minimum, -safe_minimum, next, -next, 3 * safe_minimum, 0x1p-1030}) {
+  for (const double pivot : {safe_minimum, -safe_minimum, next, -next, 3 * safe_minimum,
+                             0x1.8p-1023, -0x1.23p-1023, 0x1.7p-1030}) {
     for (int m = 2; m <= 16; m++) {
       Matrix<double> a(m, 1);
       Random random(static_cast<unsigned>(m));

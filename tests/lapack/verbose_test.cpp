@@ -1,4 +1,7 @@
 // The lines of verbose mode. A child process prints each line as it should be, then makes the call.
+#include <map>
+#include <set>
+
 #include "lapack/c_interface/c_interface.h"
 #include "lapack/solvers.h"
 #include "qsl/qsl.h"
@@ -65,6 +68,25 @@ int make_verbose_calls() {
   LAPACKE_dgesv(CblasRowMajor, 2, 1, a, 3, ipiv, b, 1);
   // What the layer turns down is no call of the solver.
   LAPACKE_dgesv(CblasRowMajor, 2, 1, a, 1, ipiv, b, 1);
+  return 0;
+}
+
+int make_copies() {
+  for (int n = 1; n <= 12; n++) {
+    const auto order = static_cast<std::size_t>(n);
+    std::vector<double> a(order * order), b(order);
+    std::vector<complex_double> z(order * order), w(order), band(order);
+    std::vector<int> ipiv(order);
+    for (std::size_t i = 0; i < order; i++) {
+      a[i * order + i] = 1;
+      z[i * order + i] = band[i] = {1, 0};
+    }
+    LAPACKE_dgesv(CblasRowMajor, n, 1, a.data(), n, ipiv.data(), b.data(), 1);
+    LAPACKE_zgesv(CblasRowMajor, n, 1, z.data(), n, ipiv.data(), w.data(), 1);
+    LAPACKE_zgbsv(CblasRowMajor, n, 0, 0, 1, band.data(), n, ipiv.data(), w.data(), 1);
+    // Kept buffers would come again, where they are.
+    QSL_Free_Buffers();
+  }
   return 0;
 }
 
@@ -147,6 +169,42 @@ TEST(VerboseSolvers, WithoutVerboseModeThereAreReportsAlone) {
     }
     EXPECT_EQ(others, expected + last_line + "\n");
   }
+}
+
+// Which arguments of a line, counted from 0, are the matrix and the right-hand sides.
+struct Addresses {
+  int first, second;
+};
+
+// By rows the library works on copies, which lie at multiples of 128 bytes. Only these lines show
+// where.
+TEST(VerboseSolvers, CopiesLieAtMultiplesOf128Bytes) {
+  set_variable("QSL_VERBOSE", "1");
+  const std::vector<std::string> lines = lines_of(output_of_child("--copies"));
+  set_variable("QSL_VERBOSE", nullptr);
+  const std::map<std::string, Addresses> solvers = {
+      {"DGESV", {2, 5}}, {"ZGESV", {2, 5}}, {"ZGBSV", {4, 7}}};
+  std::map<std::string, std::set<unsigned long>> seen;
+  int calls = 0;
+  for (const std::string& line : lines) {
+    const std::size_t at = line.find(' ') + 1, open = line.find('(', at);
+    const auto solver = solvers.find(line.substr(at, open - at));
+    if (open == std::string::npos || solver == solvers.end()) continue;
+    std::vector<std::string> arguments;
+    std::istringstream in(line.substr(open + 1));
+    for (std::string argument; std::getline(in, argument, ',');) arguments.push_back(argument);
+    ASSERT_GT(arguments.size(), 7u) << line;
+    calls++;
+    for (const int copy : {solver->second.first, solver->second.second}) {
+      const unsigned long address =
+          std::stoul(arguments[static_cast<std::size_t>(copy)], nullptr, 16);
+      EXPECT_EQ(address % 128, 0u) << line;
+      seen[solver->first].insert(address);
+    }
+  }
+  EXPECT_EQ(calls, 3 * 12);
+  // More than one place: otherwise a multiple of 128 may be chance.
+  for (const auto& [name, addresses] : seen) EXPECT_GT(addresses.size(), 6u) << name;
 }
 
 }  // namespace

@@ -220,9 +220,24 @@ TEST(Dot, DenormalProductsAreSummedExactly) {
   }
 }
 
-TEST(Dot, NegativeZerosSumToZero) {
-  const std::vector<double> x(40, -0.0), y(40, 1.0);
-  for (int n = 1; n <= 40; n++) EXPECT_EQ(cblas_ddot(n, x.data(), 1, y.data(), 1), 0.0);
+// To the zero that +0 with all products added is.
+TEST(Dot, NegativeZerosSumToPositiveZero) {
+  for (const unsigned phase_x : {0u, 8u, 4u}) {
+    for (const unsigned phase_y : {0u, 8u, 24u}) {
+      for (const int inc : {1, -1, 2}) {
+        GuardedArray x(extent(70, inc), phase_x), y(extent(70, inc), phase_y);
+        for (std::size_t i = 0; i < extent(70, inc); i++) {
+          x.set(i, i % 2 == 0 ? -0.0 : 1.0);
+          y.set(i, i % 2 == 0 ? 1.0 : -0.0);
+        }
+        for (int n = 1; n <= 70; n++) {
+          const double sum = cblas_ddot(n, x.data(), inc, y.data(), inc);
+          ASSERT_TRUE(same_bits(sum, 0.0))
+              << "n " << n << " by " << inc << ", x " << phase_x << ", y " << phase_y;
+        }
+      }
+    }
+  }
 }
 
 TEST(Dot, OverflowOfTheSumIsInfinite) {

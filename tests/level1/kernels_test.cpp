@@ -9,6 +9,7 @@
 #include "tests/level1/arrays.h"
 #include "tests/level1/model.h"
 #include "tests/level1/variants.h"
+#include "tests/printed.h"
 
 namespace level1_test {
 namespace {
@@ -182,8 +183,8 @@ TEST_P(Daxpy, StridesHaveTheBitsOfTheModel) {
 
 class ZaxpyUpdate : public Level1Kernels {
  protected:
-  void check(int n, unsigned phase_x, int incx, unsigned phase_y, int incy) const {
-    const complex_double alpha = {0.73, -1.19};
+  void check(int n, unsigned phase_x, int incx, unsigned phase_y, int incy,
+             complex_double alpha = {0.73, -1.19}) const {
     for (Zaxpy* zaxpy : GetParam().zaxpy) {
       expect_same_update(
           2 * extent(n, incx), phase_x, 2 * extent(n, incy), phase_y,
@@ -204,6 +205,12 @@ TEST_P(ZaxpyUpdate, UnitStrideHasTheBitsOfTheModel) {
 }
 TEST_P(ZaxpyUpdate, StridesHaveTheBitsOfTheModel) {
   sweep_strides([&](auto... call) { check(call...); });
+}
+
+TEST_P(ZaxpyUpdate, AlphaOfOneAddsElements) {
+  const complex_double one = {1, -0.0};
+  sweep_unit_stride(20, {}, [&](auto... call) { check(call..., one); });
+  sweep_strides([&](auto... call) { check(call..., one); });
 }
 
 // alpha and a may lie in y, which is overwritten: they are read once.
@@ -275,12 +282,14 @@ TEST_P(Level1Kernels, NothingHappensWithoutElements) {
   for (const int n : {0, -1, -2147483647 - 1}) {
     EXPECT_TRUE(same_bits(GetParam().ddot(n, nullptr, 1, nullptr, 1), 0.0));
     EXPECT_TRUE(same_bits(GetParam().ddot(n, nullptr, 3, nullptr, -2), 0.0));
-    for (const int inc : {1, -1, 0, 4}) {
-      GetParam().daxpy(n, nullptr, nullptr, inc, nullptr, 1);
-      GetParam().dcopy(n, nullptr, inc, nullptr, 1);
-      GetParam().zcopy(n, nullptr, inc, nullptr, 1);
-      for (Zaxpy* zaxpy : GetParam().zaxpy) zaxpy(n, nullptr, nullptr, inc, nullptr, 1);
-    }
+    EXPECT_EQ("", printed_by([&] {
+                for (const int inc : {1, -1, 0, 4}) {
+                  GetParam().daxpy(n, nullptr, nullptr, inc, nullptr, 1);
+                  GetParam().dcopy(n, nullptr, inc, nullptr, 1);
+                  GetParam().zcopy(n, nullptr, inc, nullptr, 1);
+                  for (Zaxpy* zaxpy : GetParam().zaxpy) zaxpy(n, nullptr, nullptr, inc, nullptr, 1);
+                }
+              }));
   }
 }
 

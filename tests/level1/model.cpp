@@ -211,6 +211,7 @@ void model_zaxpy(Level level, int n, complex_double alpha, const complex_double*
   const bool fuse = has_fma(level);
   const double ar = alpha.real;
   const double ai = alpha.imag;
+  const bool is_one = ar == 1 && ai == 0;
   const bool product_first = incx == 1 && incy == 1 && !(level == Level::avx512 && n < 4);
   for (int i = 0; i < n; i++) {
     const long long from = 2 * walk(n, incx, i);
@@ -219,7 +220,10 @@ void model_zaxpy(Level level, int n, complex_double alpha, const complex_double*
     const double xi = get(x, from + 1);
     double yr = get(y, to);
     double yi = get(y, to + 1);
-    if (product_first) {
+    if (is_one) {
+      yr = xr + yr;
+      yi = xi + yi;
+    } else if (product_first) {
       const double tr = xi * ai;
       const double ti = xi * ar;
       const double pr = fuse ? fused(xr, ar, -tr) : xr * ar - tr;

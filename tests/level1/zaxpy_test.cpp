@@ -9,6 +9,7 @@
 #include "qsl/qsl.h"
 #include "tests/level1/arrays.h"
 #include "tests/level1/guard_pages.h"
+#include "tests/printed.h"
 
 namespace level1_test {
 namespace {
@@ -116,6 +117,44 @@ TEST(Zaxpy, AlphaOfZerosOfEitherSignReadsAndWritesNothing) {
   }
 }
 
+// A complex product of (inf, y) by (1, 0) would have a NaN, one of -0 might be +0.
+TEST(Zaxpy, AlphaOfOneAddsEveryElementAsItIs) {
+  const double parts[] = {inf, 1.5, -0.0, -inf, 0.0, tiny, nan, -3.25};
+  for (const double imag : {0.0, -0.0}) {
+    const complex_double one = {1, imag};
+    for (const int incx : strides) {
+      for (const int incy : strides) {
+        if (incy == 0) continue;
+        for (const int n : counts(incx == 1 && incy == 1 ? 70 : 9, {})) {
+          GuardedArray x(2 * extent(n, incx), n % 2 * 8), y(2 * extent(n, incy), n % 3 * 8);
+          GuardedArray expected(2 * extent(n, incy), 0);
+          for (std::size_t i = 0; i < 2 * extent(n, incx); i++) x.set(i, parts[i * 5 / 2 % 8]);
+          for (GuardedArray* array : {&y, &expected}) {
+            for (std::size_t i = 0; i < 2 * extent(n, incy); i++) {
+              array->set(i, i % 3 == 0 ? -0.0 : 2.5);
+            }
+          }
+          for (std::size_t i = 0; i < static_cast<std::size_t>(2 * n); i++) {
+            const auto element = static_cast<int>(i / 2);
+            const std::size_t from = 2 * walk(n, incx, element) + i % 2;
+            const std::size_t to = 2 * walk(n, incy, element) + i % 2;
+            expected.set(to, x.get(from) + expected.get(to));
+          }
+          cblas_zaxpy(n, &one, x.data(), incx, y.data(), incy);
+          for (std::size_t i = 0; i < 2 * extent(n, incy); i++) {
+            const double found = y.get(i);
+            ASSERT_TRUE(same_bits(found, expected.get(i)) ||
+                        (std::isnan(found) && std::isnan(expected.get(i))))
+                << "n " << n << ", strides " << incx << " " << incy << ", part " << i << ": "
+                << found << " for " << expected.get(i);
+          }
+          ASSERT_TRUE(x.intact() && y.intact());
+        }
+      }
+    }
+  }
+}
+
 TEST(Zaxpy, AlphaWithANanRuns) {
   for (const complex_double alpha : {complex_double{nan, 0.0}, complex_double{-0.0, nan}}) {
     for (const int inc : {1, 2}) {
@@ -140,8 +179,10 @@ TEST(Zaxpy, TheSmallestAlphaIsNotZero) {
 
 TEST(Zaxpy, NoElementsTouchNothing) {
   for (const int n : {0, -1, INT_MIN}) {
-    cblas_zaxpy(n, &some_alpha, nullptr, 1, nullptr, 1);
-    cblas_zaxpy(n, nullptr, nullptr, -2, nullptr, 0);
+    EXPECT_EQ("", printed_by([&] {
+                cblas_zaxpy(n, &some_alpha, nullptr, 1, nullptr, 1);
+                cblas_zaxpy(n, nullptr, nullptr, -2, nullptr, 0);
+              }));
   }
 }
 

@@ -5,6 +5,7 @@
 #include "tests/level1/guard_pages.h"
 #include "tests/level2/operands.h"
 #include "tests/level2/variants.h"
+#include "tests/printed.h"
 
 namespace level2_test {
 namespace {
@@ -196,8 +197,10 @@ TEST_P(GemvKernels, NothingHappensWithoutElements) {
     const auto gemv = GetParam().template gemv<Number>();
     for (int trans = 0; trans < 3; trans++) {
       for (const int none : {0, -1, INT_MIN}) {
-        gemv(trans, none, 5, nullptr, nullptr, 1, nullptr, 1, nullptr, nullptr, 1);
-        gemv(trans, 5, none, nullptr, nullptr, 5, nullptr, -1, nullptr, nullptr, 2);
+        EXPECT_EQ("", printed_by([&] {
+                    gemv(trans, none, 5, nullptr, nullptr, 1, nullptr, 1, nullptr, nullptr, 1);
+                    gemv(trans, 5, none, nullptr, nullptr, 5, nullptr, -1, nullptr, nullptr, 2);
+                  }));
       }
     }
   });

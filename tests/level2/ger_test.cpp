@@ -5,6 +5,7 @@
 #include "tests/level1/guard_pages.h"
 #include "tests/level2/operands.h"
 #include "tests/level2/variants.h"
+#include "tests/printed.h"
 
 namespace level2_test {
 namespace {
@@ -170,8 +171,10 @@ TEST_P(GerKernels, NothingHappensWithoutElements) {
     using Number = decltype(number);
     const auto ger = GetParam().template ger<Number>();
     for (const int none : {0, -1, INT_MIN}) {
-      ger(none, 5, nullptr, nullptr, 1, nullptr, 1, nullptr, nullptr, 1);
-      ger(5, none, nullptr, nullptr, -1, nullptr, 2, nullptr, nullptr, 5);
+      EXPECT_EQ("", printed_by([&] {
+                  ger(none, 5, nullptr, nullptr, 1, nullptr, 1, nullptr, nullptr, 1);
+                  ger(5, none, nullptr, nullptr, -1, nullptr, 2, nullptr, nullptr, 5);
+                }));
     }
   });
 }

@@ -13,6 +13,24 @@ std::ostream& operator<<(std::ostream& out, const Call& call) {
              << call.phase_a << " " << call.phase_b << " " << call.phase_c << " modulo 64";
 }
 
+std::vector<Shape> ways() {
+  std::vector<Shape> result = {{1, 1, 1},  {1, 1, 9},    {1, 7, 5},    {6, 1, 5},
+                               {5, 6, 1},  {3, 4, 2},    {9, 5, 9},    {12, 7, 12},
+                               {9, 30, 9}, {13, 11, 17}, {30, 26, 20}, {101, 2, 12}};
+  if (emulated()) return result;
+  result.insert(result.end(), {{1, 40, 300},
+                               {40, 1, 300},
+                               {70, 30, 1},
+                               {66, 50, 110},
+                               {60, 90, 105},
+                               {250, 9, 12},
+                               {75, 80, 140},
+                               {30, 40, 520},
+                               {60, 601, 9},
+                               {193, 195, 9}});
+  return result;
+}
+
 template <class Number>
 Call rotated(unsigned index, Data data) {
   static const std::vector<Value> all = factors<Number>();

@@ -45,6 +45,10 @@ inline std::ostream& operator<<(std::ostream& out, const Shape& shape) {
   return out << "m " << shape.m << ", n " << shape.n << ", k " << shape.k;
 }
 
+// One shape at least for every way that a product may go: the shortcuts, the simple loops, tiles in
+// place, packed tiles, blocks.
+std::vector<Shape> ways();
+
 template <class Number>
 class Problem {
  public:

@@ -1,4 +1,5 @@
 // Tickets, generations, tables, orphans and QSL_Free_Buffers.
+#include <atomic>
 #include <cstring>
 #include <thread>
 #include <vector>
@@ -122,6 +123,34 @@ TEST_F(Registry, IndicesBeyond1024HaveTablesOfTheirOwn) {
   QSL_Free_Buffers();
   EXPECT_EQ(CountingBackEnd::live(), live);
   for (Entry* table : registry.tables) EXPECT_EQ(table, nullptr);
+}
+
+// The short way of a hit holds the thread's own word, or none where threads share one: then it has
+// to wait for a walker of the registry like everybody.
+TEST_F(Registry, AHitWaitsForAWalkerWhateverTheIndex) {
+  for (const std::uint32_t index : {1u, 1024u, 1025u, 3000u}) {
+    QSL_Free_Buffers();
+    make_tables(index);
+    advance(index);
+    std::atomic<int> stage{0};
+    std::thread user([&] {
+      qsl_mm_deallocate(qsl_mm_allocate(1000, 64));
+      EXPECT_EQ(calling_ticket()->index, index);
+      stage = 1;
+      while (stage == 1) std::this_thread::yield();
+      void* hit = qsl_mm_allocate(1000, 64);
+      stage = 3;
+      qsl_mm_deallocate(hit);
+      end_thread();
+    });
+    while (stage == 0) std::this_thread::yield();
+    walker_lock();
+    stage = 2;
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    EXPECT_EQ(stage, 2) << index;
+    walker_unlock();
+    user.join();
+  }
 }
 
 TEST_F(Registry, NoIndexLeftFallsThroughToThePlainLayer) {

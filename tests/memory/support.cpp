@@ -54,6 +54,7 @@ namespace {
 
 std::atomic<int> made_count, refused_count, live_count;
 std::atomic<int> good_calls, bad_calls;
+std::atomic<std::size_t> last_asked;
 constexpr int kAlways = std::numeric_limits<int>::max();
 
 bool refuse() {
@@ -73,6 +74,7 @@ bool refuse() {
 }
 
 void* counting_malloc(std::size_t size) {
+  last_asked = size;
   if (refuse()) return nullptr;
   void* block = internal_malloc(size);
   if (block != nullptr) {
@@ -118,6 +120,7 @@ void CountingBackEnd::fail_all() { fail(0, kAlways); }
 void CountingBackEnd::fail_none() { good_calls = kAlways; }
 int CountingBackEnd::made() { return made_count; }
 int CountingBackEnd::refused() { return refused_count; }
+std::size_t CountingBackEnd::last_size() { return last_asked; }
 int CountingBackEnd::live() { return live_count; }
 
 void Memory::reset() {

@@ -45,9 +45,10 @@ struct CountingBackEnd {
   static void fail(int successes, int failures = 1);
   static void fail_all();
   static void fail_none();
-  static int made();     // blocks asked for and got
-  static int refused();  // calls that were failed
-  static int live();     // blocks not yet given back
+  static int made();               // blocks asked for and got
+  static int refused();            // calls that were failed
+  static int live();               // blocks not yet given back
+  static std::size_t last_size();  // bytes of the last block asked for
 };
 
 // Each test begins with nothing set up, registered or counted.

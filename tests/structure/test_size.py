@@ -36,7 +36,7 @@ FAMILIES = [
                 r"_address\("),
     ("band", r"\bzgbmv\b|gbmv_|(add|dot)_pairs"),
     ("level 2", r"\b[dcz]ge(mv|r|ru)\b|\b[dz]trsv\b|gemv_|ger_|(add|dot)_(all_)?columns|trsv_|update_columns|scale<"),
-    ("level 1", r"\bd(dot|axpy|copy)\b|\bz(axpy|copy)|dot_\w+|choose_zaxpy"),
+    ("level 1", r"\bd(dot|axpy|copy)\b|\bz(axpy|copy)|dot_\w+|choose_zaxpy|add_(elements|multiples)"),
 ]
 
 

@@ -176,6 +176,43 @@ TEST_P(StructuredKernels, UpdatesOneTriangle) {
   }
 }
 
+// With beta 0, the sum of zeros of any sign is the zero that +0 with them added is.
+TEST_P(StructuredKernels, SumsOfZerosArePositive) {
+  const double beta = 0;
+  for (const int n : orders()) {
+    const std::vector<double> ones(static_cast<std::size_t>(n) * n, 1.0);
+    for (const double alpha : {1.0, -1.0, -0.75, 0.0}) {
+      for (const double zero : {0.0, -0.0}) {
+        const std::vector<double> zeros(ones.size(), zero);
+        for (int uplo : {QSL_UPPER, QSL_LOWER}) {
+          const auto expect_positive = [&](const std::vector<double>& c) {
+            for (int j = 0; j < n; j++) {
+              for (int i = 0; i < n; i++) {
+                const double found = c[static_cast<std::size_t>(j) * n + i];
+                if (!in_triangle(uplo, i, j) && std::isnan(found)) continue;
+                ASSERT_TRUE(found == 0 && !std::signbit(found))
+                    << "order " << n << ", alpha " << alpha << ", " << i << ", " << j;
+              }
+            }
+          };
+          std::vector<double> c(ones.size(), -0.0);
+          GetParam().dsymm(QSL_LEFT, uplo, n, n, &alpha, zeros.data(), n, ones.data(), n, &beta,
+                           c.data(), n);
+          ASSERT_NO_FATAL_FAILURE(expect_positive(c));
+          c.assign(ones.size(), nan_value);
+          GetParam().dgemmt(uplo, 0, 1, n, n, &alpha, zeros.data(), n, ones.data(), n, &beta,
+                            c.data(), n);
+          ASSERT_NO_FATAL_FAILURE(expect_positive(c));
+          c.assign(ones.size(), nan_value);
+          GetParam().dsyr2k(uplo, 1, n, n, &alpha, zeros.data(), n, ones.data(), n, &beta, c.data(),
+                            n);
+          ASSERT_NO_FATAL_FAILURE(expect_positive(c));
+        }
+      }
+    }
+  }
+}
+
 TEST_P(StructuredKernels, ZeroAlphaReadsNoOperand) {
   const double zero = 0;
   const double one = 1;

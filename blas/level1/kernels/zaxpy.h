@@ -11,7 +11,8 @@
 // fused where the level has it. The two forms may differ in the last bit. An element of y is read
 // after the one before it was written, so that a zero stride of y accumulates.
 //
-// alpha is read once, before y is written.
+// alpha is read once, before y is written. An alpha of one is left out, since a complex product
+// with it would not leave infinities and zeros as they are: y := x + y.
 //
 // A shape:
 //   Vector              the register that the blocks use
@@ -24,6 +25,7 @@
 #pragma once
 
 #include "elements/element.h"
+#include "elements/factor.h"
 #include "elements/stride.h"
 
 namespace qsl::QSL_LEVEL {
@@ -230,15 +232,47 @@ QSL_INLINE void zaxpy_strided(int n, const complex_double* alpha, const complex_
   if constexpr (Shape::strided_block > 1) repeat<1>(n, update);
 }
 
+// The forms for an alpha of one and for all others are functions of the same arguments, so that
+// choosing is a test and a jump: in one function with both, all calls paid for the registers and
+// the aligned stack of both (0.82 to 0.95 of the speed of up to 100 elements).
+
+// y := x + y, any strides.
+template <class Vector, class Access>
+[[gnu::noinline, gnu::used]] void add_elements(int n, const complex_double*,
+                                               const complex_double* x_base, int incx,
+                                               complex_double* y_base, int incy) {
+  Walk<const double, 2> x(scalars(x_base), n, incx);
+  Walk<double, 2> y(scalars(y_base), n, incy);
+  if (incx == 1 && incy == 1) {
+    constexpr int together = 4 * Vector::lanes / 2;
+    for (; n >= together; n -= together) {
+      unroll<4>([&](auto j) QSL_INLINE_LAMBDA {
+        constexpr int at = j.value * Vector::lanes;
+        Access::store(*y + at, Access::template load<Vector>(*x + at) +
+                                   Access::template load<Vector>(*y + at));
+      });
+      x.advance(together);
+      y.advance(together);
+      keep(n);
+    }
+  }
+  repeat<1>(n, [&](auto) QSL_INLINE_LAMBDA {
+    Access::store(*y, Access::template load<f64x2>(*x) + Access::template load<f64x2>(*y));
+    x.advance(1);
+    y.advance(1);
+  });
+}
+
+// alpha not being one, n positive.
 template <class Shape>
-QSL_INLINE void zaxpy(int n, const complex_double* alpha, const complex_double* x, int incx,
-                      complex_double* y, int incy) {
-  if (n <= 0) return;
+[[gnu::noinline, gnu::used]] void add_multiples(int n, const complex_double* alpha,
+                                                const complex_double* x, int incx,
+                                                complex_double* y, int incy) {
+  using Access = typename Shape::Access;
   if (incx != 1 || incy != 1 || n < Shape::minimum) {
     zaxpy_strided<Shape>(n, alpha, x, incx, y, incy);
     return;
   }
-  using Access = typename Shape::Access;
   const auto factor = Alpha<typename Shape::Vector>::read(alpha);
   ZaxpyRest rest{n, scalars(x), scalars(y)};
   if constexpr (Shape::alignment == ZaxpyAlignment::same_phase_prefetched) {
@@ -260,6 +294,17 @@ QSL_INLINE void zaxpy(int n, const complex_double* alpha, const complex_double* 
     }
   }
   zaxpy_unit<Shape, Access, Access>(factor, rest);
+}
+
+template <class Shape>
+QSL_INLINE void zaxpy(int n, const complex_double* alpha, const complex_double* x, int incx,
+                      complex_double* y, int incy) {
+  if (n <= 0) return;
+  if (is_one<DoubleComplex>(alpha)) {
+    add_elements<typename Shape::Vector, typename Shape::Access>(n, alpha, x, incx, y, incy);
+  } else {
+    add_multiples<Shape>(n, alpha, x, incx, y, incy);
+  }
 }
 
 // The body of a level with one shape.

@@ -1,4 +1,5 @@
-// A := alpha * x * y^T + beta * A, in one pass over A.
+// A := alpha * x * y^T + beta * A, in one pass over A. With beta 0 it is +0 that the product is
+// added to: the sign of a zero does not depend on how a product is computed.
 //
 // Several columns are updated per pass, so that x is loaded once for all of them.
 #pragma once
@@ -33,7 +34,7 @@ template <class Elements, FactorKind kind, int columns>
     unroll<columns>([&](auto c) QSL_INLINE_LAMBDA {
       Scalar* element = column[c.value] + i;
       if constexpr (kind == FactorKind::zero) {
-        store(element, by[c.value].times(xi));
+        store(element, by[c.value].times(xi) + Vector::zero());
       } else if constexpr (kind == FactorKind::one) {
         store(element, by[c.value].times_plus(xi, load(element)));
       } else {

@@ -28,6 +28,10 @@ QSL_INLINE void multiply_tile(const StripProduct<typename Type::Scalar>& p,
                               const typename Type::Scalar* b, int b_step, typename Type::Scalar* c,
                               int last) {
   Sums<typename Tile::Vector, V, N> sums;
+  if constexpr (V == Tile::vectors) {
+    unroll<N / Type::parts>([&](auto j)
+                                QSL_INLINE_LAMBDA { Tile::fetch_column(c + j.value * p.ldc); });
+  }
   Tile::template accumulate<V, N>(p.depth, p.a, b, b_step, sums);
   write_back<Type, full>(sums, c, p.ldc, last, p.overwrite);
 }

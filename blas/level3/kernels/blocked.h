@@ -30,12 +30,15 @@ struct HalvedDepth {
 struct BlockNumbers {
   int mc;
   int nc_shallow, nc;
-  std::size_t least_buffer = 0;
 };
 inline constexpr int shallow_depth = 48;
 
 QSL_INLINE int least(int a, int b) { return a < b ? a : b; }
 QSL_INLINE int greatest(int a, int b) { return a > b ? a : b; }
+
+// Each area starts on a page of its own plus this much, so that packed A and packed B do not begin
+// in the same sets of the first-level cache. The buffer itself need not start on a page.
+inline constexpr std::size_t a_area = 0x680, b_area = 0x300;
 
 // The sizing function: how a product of m by n, cut in blocks of depth kc, is cut further.
 inline BlockRecord size_blocks(int m, int n, int k, int kc, const OperationRecord& op,
@@ -48,12 +51,9 @@ inline BlockRecord size_blocks(int m, int n, int k, int kc, const OperationRecor
   block.nc = round_up(least(greatest(n, tile.nr), nc), tile.nr);
   block.a_elements = static_cast<std::size_t>(block.mc) * kc;
   block.b_elements = static_cast<std::size_t>(block.nc) * kc * op.b_copies;
-  // Each area starts on a page of its own plus this much, so that packed A and packed B do not
-  // begin in the same sets of the first-level cache. The buffer itself need not start on a page.
-  block.a_offset = 0x680;
-  block.b_offset = whole_pages(block.a_offset + block.a_elements * op.element_size) + 0x300;
+  block.a_offset = a_area;
+  block.b_offset = whole_pages(a_area + block.a_elements * op.element_size) + b_area;
   block.bytes = page + block.b_offset + block.b_elements * op.element_size;
-  if (block.bytes < numbers.least_buffer) block.bytes = numbers.least_buffer;
   return block;
 }
 
@@ -96,13 +96,12 @@ inline void blocked_loops(const OperationRecord& op, const BlockRecord& block,
 }
 
 // C := alpha * op(A) * op(B) + beta * C, alpha not being 0 and k not 0.
-inline void blocked_product(const OperationRecord& op, const BlockNumbers& numbers, int kc,
+inline void blocked_product(const OperationRecord& op, const BlockRecord& block,
                             const MatrixDescriptor& a, const MatrixDescriptor& b,
                             const MatrixDescriptor& c, const void* alpha, const void* beta,
                             bool beta_is_zero) {
   // From here on C counts as it is, except that zero is stored by the first block of k.
   if (!beta_is_zero) op.scale(c, beta);
-  const BlockRecord block = size_blocks(c.rows, c.cols, a.cols, kc, op, numbers);
   const PackBuffer buffer(block);
   if (!buffer.is_had()) {
     report_no_buffer(op.name);

@@ -14,7 +14,7 @@ namespace qsl::QSL_LEVEL {
 // What a level sets at the start of each call.
 struct FixedDepth {
   int least_m, least_n, least_k;  // of the blocked form
-  int kc;                         // blocks are not deeper
+  int kc;  // of all blocks but the last, as it is: no multiple of the tile's ku
 };
 
 // The product of a level: Type, Tile, BlockNumbers blocks and FixedDepth sizes are its shape.
@@ -35,7 +35,7 @@ struct FixedDepthGemm {
     if (m < Shape::sizes.least_m || n < Shape::sizes.least_n || k < Shape::sizes.least_k) {
       return op.simple_loops(a_matrix, b_matrix, c_matrix, alpha, beta);
     }
-    blocked_product(op, Shape::blocks, Shape::sizes.kc / op.tile.ku * op.tile.ku, a_matrix,
+    blocked_product(op, size_blocks(m, n, k, Shape::sizes.kc, op, Shape::blocks), a_matrix,
                     b_matrix, c_matrix, alpha, beta, is_zero<Type>(beta));
   }
 };

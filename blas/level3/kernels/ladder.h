@@ -11,11 +11,14 @@ namespace qsl::QSL_LEVEL {
 
 inline constexpr int ladder_depth = 104;
 
-// The buffer of the usual form, in bytes, and what packed A and packed B take of it: 240 rows of
-// doubles and 8 columns, which stay in the second-level and the first-level cache.
+// The buffer in bytes, and what packed A and packed B take of it: 240 rows of doubles and 8
+// columns, which stay in the second-level and the first-level cache. The long form has packed B
+// behind that.
 inline constexpr std::size_t ladder_buffer = 0x37f00;
 inline constexpr int ladder_a_bytes = 240 * ladder_depth * 8;
 inline constexpr int ladder_b_bytes = 8 * ladder_depth * 16;
+static_assert(page + whole_pages(a_area + ladder_a_bytes) + b_area + ladder_b_bytes <=
+              ladder_buffer);
 // Columns of a panel of the transposed order.
 inline constexpr int ladder_panel = 256;
 
@@ -36,6 +39,16 @@ inline LadderOrder ladder_order(int m, int n, int k) {
   return LadderOrder::left_inside;
 }
 
+// How a product of m by n by k is cut in blocks, with packed B `nc` columns wide.
+inline BlockRecord ladder_blocks(int m, int n, int k, const OperationRecord& op, int nc,
+                                 bool long_form) {
+  const int mc = ladder_a_bytes / ladder_depth / op.element_size;
+  BlockRecord block = size_blocks(m, n, k, ladder_depth, op, {mc, nc, nc});
+  block.bytes = ladder_buffer;
+  if (long_form) block.bytes += block.b_elements * op.element_size;
+  return block;
+}
+
 template <class Shape>
 inline void ladder_product(const MatrixDescriptor& a, const MatrixDescriptor& b,
                            const MatrixDescriptor& c, const void* alpha, const void* beta) {
@@ -43,30 +56,29 @@ inline void ladder_product(const MatrixDescriptor& a, const MatrixDescriptor& b,
   using Tile = typename Shape::Tile;
   constexpr const OperationRecord& op = operation_record<Type, Tile>;
   constexpr int element = sizeof(typename Type::Element);
-  constexpr int mc = ladder_a_bytes / ladder_depth / element;
   constexpr int nc = ladder_b_bytes / ladder_depth / element / Tile::copies;
   const bool beta_is_zero = is_zero<Type>(beta);
   if (a.cols == 0 || is_zero<Type>(alpha)) {
     return op.scale(c, beta);
   }
   if (c.rows < 4 || a.cols < 8 || c.cols < 8) return op.simple_loops(a, b, c, alpha, beta);
-  const auto multiply = [&](const BlockNumbers& numbers) QSL_INLINE_LAMBDA {
-    blocked_product(op, numbers, ladder_depth, a, b, c, alpha, beta, beta_is_zero);
+  const auto multiply = [&](int columns, bool long_form) QSL_INLINE_LAMBDA {
+    blocked_product(op, ladder_blocks(c.rows, c.cols, a.cols, op, columns, long_form), a, b, c,
+                    alpha, beta, beta_is_zero);
   };
   switch (ladder_order(c.rows, c.cols, a.cols)) {
     case LadderOrder::whole:
-      return multiply({mc, c.cols, c.cols, ladder_buffer});
+      return multiply(c.cols, true);
     case LadderOrder::left_inside:
-      return multiply({mc, nc, nc, ladder_buffer});
+      return multiply(nc, false);
     case LadderOrder::right_inside:
-      return multiply({mc, op.tile.nr, op.tile.nr, ladder_buffer});
+      return multiply(op.tile.nr, false);
     case LadderOrder::transposed:
       break;
   }
   // One buffer serves all panels.
   if (!beta_is_zero) op.scale(c, beta);
-  const BlockRecord block =
-      size_blocks(c.rows, ladder_panel, a.cols, ladder_depth, op, {mc, nc, nc, ladder_buffer});
+  const BlockRecord block = ladder_blocks(c.rows, ladder_panel, a.cols, op, nc, false);
   const PackBuffer buffer(block);
   if (!buffer.is_had()) {
     report_no_buffer(op.name);

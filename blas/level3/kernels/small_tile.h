@@ -17,7 +17,8 @@ struct SmallShape {
   static constexpr int columns = columns_;
 };
 
-// What happens to C: C := result, C := result + C or C := result + beta * C.
+// What happens to C: C := result + 0, which has the sign of a zero as if zeros had been stored
+// before, C := result + C or C := result + beta * C.
 enum class Update { store, add, scale };
 
 // The whole product.
@@ -134,12 +135,16 @@ QSL_INLINE void small_tile(const SmallProduct<Type>& p, const SmallBlock<Type>& 
       typename Type::Scalar* to = c + j.value * p.ldc + v.value * Vector::lanes;
       Vector result = small_result<Type>(p, sums, v.value, j.value);
       if constexpr (v.value + 1 < V) {
-        if (update != Update::store) {
+        if (update == Update::store) {
+          result = result + Vector::zero();
+        } else {
           result = updated<Type>(result, Vector::load(to), p.beta, update);
         }
         result.store(to);
       } else {
-        if (update != Update::store) {
+        if (update == Update::store) {
+          result = result + Vector::zero();
+        } else {
           result = updated<Type>(result, load_rows<Vector>(to, rows), p.beta, update);
         }
         store_rows(result, to, rows);

@@ -10,15 +10,16 @@
 //   Vector              the registers that hold rows
 //   vectors, columns    the full tile: vectors * lanes rows by `columns` columns
 //   strip_columns       columns of a strip of packed B, one or two tiles
-//   ku                  values of k that are worked off together; blocks are multiples of it
+//   ku                  values of k that are worked off together, while so many are left
 //   copies              how often each value of packed B is repeated
 //   wide_columns        columns of a second tile for strips of one vector, which may take more of
 //                       them, by accumulate_wide; 0 for a level without one
 //   accumulate<V, N>    sums a narrower or full tile of V vectors by N columns:
 //       a               for each k, V * lanes scalars, aligned to the vector's size
 //       b               for each k, N * copies scalars, b_step apart
-// Neither is read past its last element. Sums run in the order of k, so a result's bits do not
-// depend on where the tile lies.
+//   fetch_column        asks for a column of C that the full tile's sums will be added to
+// Neither operand is read past its last element. Sums run in the order of k, so a result's bits do
+// not depend on where the tile lies.
 #pragma once
 
 #include "simd/inline.h"
@@ -67,6 +68,9 @@ struct BroadcastTile {
       return Vector::load_aligned(b);
     }
   }
+
+  // Nothing is asked for: a column of this tile is one register.
+  QSL_INLINE static void fetch_column(const Scalar*) {}
 
   template <int N>
   QSL_INLINE static void step(const Scalar* a, const Scalar* b, Sums<Vector, 1, N>& sums) {

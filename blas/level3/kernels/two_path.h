@@ -51,8 +51,8 @@ template <class Shape>
   }
   const bool simple = transa != 0 && transb == 0 ? m < 8 : n < 2;
   if (simple) return op.simple_loops(a_matrix, b_matrix, c_matrix, alpha, beta);
-  blocked_product(op, Shape::blocks, Shape::depth(k, op.tile.ku), a_matrix, b_matrix, c_matrix,
-                  alpha, beta, is_zero<Type>(beta));
+  blocked_product(op, size_blocks(m, n, k, Shape::depth(k, op.tile.ku), op, Shape::blocks),
+                  a_matrix, b_matrix, c_matrix, alpha, beta, is_zero<Type>(beta));
 }
 
 // The product of a level: Type, Tile, Small, HalvedDepth depth, BlockNumbers blocks and PathLimits

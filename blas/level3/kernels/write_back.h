@@ -20,8 +20,9 @@ QSL_INLINE Vector column_sum(const Sums<Vector, V, N>& sums, int v, int j) {
   }
 }
 
-// C := sums or C := C + sums. `full` says that all V vectors lie within C; otherwise the last one
-// has `last` scalars of it. `ldc` is in scalars.
+// C := 0 + sums or C := C + sums: the sign of a zero is the same as if zeros had been stored
+// before. `full` says that all V vectors lie within C; otherwise the last one has `last` scalars of
+// it. `ldc` is in scalars.
 template <class Type, bool full, class Vector, int V, int N>
 QSL_INLINE void write_back(const Sums<Vector, V, N>& sums, typename Type::Scalar* c, int ldc,
                            int last, bool overwrite) {
@@ -30,10 +31,10 @@ QSL_INLINE void write_back(const Sums<Vector, V, N>& sums, typename Type::Scalar
       Vector sum = column_sum<Type>(sums, v.value, j.value);
       typename Type::Scalar* to = c + j.value * ldc + v.value * Vector::lanes;
       if constexpr (full || v.value + 1 < V) {
-        if (!overwrite) sum = Vector::load(to) + sum;
+        sum = (overwrite ? Vector::zero() : Vector::load(to)) + sum;
         sum.store(to);
       } else {
-        if (!overwrite) sum = Vector::load_rest(to, last) + sum;
+        sum = (overwrite ? Vector::zero() : Vector::load_rest(to, last)) + sum;
         sum.store_rest(to, last);
       }
     });
