@@ -469,6 +469,109 @@ void band_systems() {
   }
 }
 
+// Matrices of order n that need no pivoting, factored and solved in a compact buffer: A = L U with
+// halves below the ones of L, and U with powers of two on its diagonal. Those of odd number are
+// taken times i.
+struct CompactBatch {
+  int layout, n;
+  std::vector<Numbers> matrices;
+  std::vector<const void*> pointers;
+
+  CompactBatch(int matrix_layout, int order, int nm) : layout(matrix_layout), n(order) {
+    // One by one: a copy of Numbers would name the original's place.
+    for (int k = 0; k < nm; ++k) matrices.emplace_back(2 * order * order);
+    for (const Numbers& matrix : matrices) pointers.push_back(matrix.data());
+  }
+  int at(int i, int j) const { return 2 * (layout == CblasRowMajor ? i * n + j : j * n + i); }
+  void set(int k, int i, int j, double re, double im) {
+    Numbers& matrix = matrices[static_cast<std::size_t>(k)];
+    matrix.set(at(i, j), re);
+    matrix.set(at(i, j) + 1, im);
+  }
+  void expect(int k, int i, int j, double re, double im, const char* what) const {
+    const Numbers& matrix = matrices[static_cast<std::size_t>(k)];
+    ASSERT_EQ(matrix.get(at(i, j)), re) << what << ' ' << n << ": " << k << ", " << i << ", " << j;
+    ASSERT_EQ(matrix.get(at(i, j) + 1), im)
+        << what << ' ' << n << ": " << k << ", " << i << ", " << j;
+  }
+};
+
+void compact_batch(int layout, int n, int format) {
+  const int nm = 5, group = 2 << (format - QSL_COMPACT_SSE);
+  const int padded = (nm + group - 1) / group * group;
+  const Call size = call("qsl_zget_size_compact", code(&qsl_zget_size_compact),
+                         {word(n), word(n), word(format), word(nm)});
+  ASSERT_EQ(size.eax, word(16 * n * n * padded));
+
+  CompactBatch a(layout, n, nm), b(layout, n, nm);
+  for (int k = 0; k < nm; ++k) {
+    for (int i = 0; i < n; ++i) {
+      for (int j = 0; j < n; ++j) {
+        double product = 0, right = 0;
+        for (int l = 0; l < n; ++l) product += System::lower(i, l) * System::upper(l, j);
+        for (int l = 0; l < n; ++l) {
+          for (int r = 0; r < n; ++r) {
+            right += System::lower(i, l) * System::upper(l, r) * System::solution(r, j + k);
+          }
+        }
+        a.set(k, i, j, k % 2 == 0 ? product : 0, k % 2 == 0 ? 0 : product);
+        b.set(k, i, j, right, 2 * right);
+      }
+    }
+  }
+  Numbers ap(2 * n * n * padded), bp(2 * n * n * padded), one(2), two(2);
+  one.set(0, 1), two.set(0, 2);
+  one.set(1, 0), two.set(1, 0);
+  const auto copy = [&](const char* name, const void* function, const CompactBatch& plain,
+                        const Numbers& compact) {
+    call(name, function,
+         {word(layout), word(n), word(n), word(plain.pointers.data()), word(n),
+          word(compact.data()), word(n), word(format), word(nm)});
+  };
+  copy("qsl_zgepack_compact", code(&qsl_zgepack_compact), a, ap);
+  copy("qsl_zgepack_compact", code(&qsl_zgepack_compact), b, bp);
+  int info = 99;
+  call("qsl_zgetrfnp_compact", code(&qsl_zgetrfnp_compact),
+       {word(layout), word(n), word(n), word(ap.data()), word(n), word(&info), word(format),
+        word(nm)});
+  ASSERT_EQ(info, 0);
+  const auto solve = [&](int uplo, int diag, const Numbers& alpha) {
+    call("qsl_ztrsm_compact", code(&qsl_ztrsm_compact),
+         {word(layout), word(CblasLeft), word(uplo), word(CblasNoTrans), word(diag), word(n),
+          word(n), word(alpha.data()), word(ap.data()), word(n), word(bp.data()), word(n),
+          word(format), word(nm)});
+  };
+  solve(CblasLower, CblasUnit, one);
+  solve(CblasUpper, CblasNonUnit, two);
+  copy("qsl_zgeunpack_compact", code(&qsl_zgeunpack_compact), a, ap);
+  copy("qsl_zgeunpack_compact", code(&qsl_zgeunpack_compact), b, bp);
+  for (int k = 0; k < nm; ++k) {
+    const bool turned = k % 2 != 0;
+    for (int i = 0; i < n; ++i) {
+      for (int j = 0; j < n; ++j) {
+        const double u = System::upper(i, j), x = 2 * System::solution(i, j + k);
+        if (i > j) {
+          a.expect(k, i, j, System::lower(i, j), 0, "L");
+        } else {
+          a.expect(k, i, j, turned ? 0 : u, turned ? u : 0, "U");
+        }
+        // (x + 2i x) / i = 2x - i x
+        b.expect(k, i, j, turned ? 2 * x : x, turned ? -x : 2 * x, "X");
+      }
+    }
+  }
+}
+
+void compact_batches() {
+  const Call c = call("qsl_get_format_compact", code(&qsl_get_format_compact), {});
+  ASSERT_EQ(c.eax, word(qsl_get_format_compact()));
+  for (const int layout : {CblasColMajor, CblasRowMajor}) {
+    for (const int format : {QSL_COMPACT_SSE, QSL_COMPACT_AVX, QSL_COMPACT_AVX512}) {
+      for (const int n : {3, 7}) compact_batch(layout, n, format);
+    }
+  }
+}
+
 void memory() {
   for (std::size_t size : {std::size_t{1}, std::size_t{1000}, std::size_t{1} << 20}) {
     const Call allocated = call("QSL_malloc", code(&QSL_malloc), {word(size), word(128)});
@@ -484,7 +587,7 @@ void memory() {
 
 const std::function<void()> kFamilies[] = {dot_products,    complex_updates, complex_copies,
                                            matrix_products, band_products,   linear_systems,
-                                           band_systems,    memory};
+                                           band_systems,    compact_batches, memory};
 
 // Answers the stack pointer at the call instruction.
 [[gnu::naked]] std::uint32_t stack_pointer() { asm("leal 4(%esp), %eax\n ret"); }
