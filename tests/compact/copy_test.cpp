@@ -1,4 +1,6 @@
 // Packing and unpacking, bit by bit.
+#include <map>
+
 #include "tests/compact/batch.h"
 
 namespace compact_test {
@@ -13,16 +15,26 @@ std::uint64_t pattern(std::uint32_t k) {
   return (k + 1) * 0x9e3779b97f4a7c15ull;
 }
 
+// Pages that are used again and again: to map them takes longer than all else here.
+level1_test::GuardPages& pages_for(std::size_t bytes, int number) {
+  using level1_test::GuardPages;
+  static std::map<std::pair<std::size_t, int>, std::unique_ptr<GuardPages>> pool;
+  const std::size_t whole = (bytes + GuardPages::page - 1) / GuardPages::page * GuardPages::page;
+  auto& pages = pool[{whole, number}];
+  if (pages == nullptr) pages = std::make_unique<GuardPages>(whole);
+  return *pages;
+}
+
 // User matrices, each at the end or the start of pages of its own.
 class Matrices {
  public:
-  Matrices(int layout, int rows, int columns, int lda, int nm, std::size_t slack)
+  // Those of a second set lie elsewhere.
+  Matrices(int layout, int rows, int columns, int lda, int nm, std::size_t slack, int set)
       : layout_(layout), rows_(rows), columns_(columns), lda_(lda) {
     const std::size_t bytes = 16 * extent(layout, rows, columns, lda);
     for (int k = 0; k < nm; ++k) {
-      pages_.push_back(std::make_unique<level1_test::GuardPages>(bytes + slack + 16));
-      void* start =
-          k % 2 == 0 ? pages_.back()->at_end(bytes, slack) : pages_.back()->at_start(slack);
+      level1_test::GuardPages& pages = pages_for(bytes + slack + 16, 2 * k + set);
+      void* start = k % 2 == 0 ? pages.at_end(bytes, slack) : pages.at_start(slack);
       pointers_.push_back(static_cast<complex_double*>(start));
       for (std::size_t e = 0; e < bytes; e += 8) std::memcpy(byte(k) + e, &guard, 8);
     }
@@ -51,7 +63,6 @@ class Matrices {
   unsigned char* byte(int k) const { return reinterpret_cast<unsigned char*>(pointers_[k]); }
 
   int layout_, rows_, columns_, lda_;
-  std::vector<std::unique_ptr<level1_test::GuardPages>> pages_;
   std::vector<complex_double*> pointers_;
 };
 
@@ -61,7 +72,7 @@ std::uint64_t pattern_of(int k, int i, int j, int part) {
 
 void check(const Shape& shape, int lda, std::size_t slack) {
   SCOPED_TRACE(shape.text() + ", lda " + std::to_string(lda) + ", slack " + std::to_string(slack));
-  Matrices from(shape.layout, shape.rows, shape.columns, lda, shape.nm, slack);
+  Matrices from(shape.layout, shape.rows, shape.columns, lda, shape.nm, slack, 0);
   for (int k = 0; k < shape.nm; ++k) {
     for (int j = 0; j < shape.columns; ++j) {
       for (int i = 0; i < shape.rows; ++i) {
@@ -87,7 +98,7 @@ void check(const Shape& shape, int lda, std::size_t slack) {
       }
     }
     const std::vector<unsigned char> before = buffer.copy();
-    Matrices to(shape.layout, shape.rows, shape.columns, lda, shape.nm, slack);
+    Matrices to(shape.layout, shape.rows, shape.columns, lda, shape.nm, slack, 1);
     qsl_zgeunpack_compact(shape.layout, shape.rows, shape.columns, to.pointers(), lda,
                           buffer.data(), shape.ld, shape.format, shape.nm);
     ASSERT_EQ(buffer.copy(), before) << "the buffer is read alone";
