@@ -169,7 +169,7 @@ int qsl_zget_size_compact(int rows, int columns, int format, int nm) {
                           matrices);
 }
 
-void qsl_zgepack_compact(int layout, int rows, int columns, const complex_double* const* a, int lda,
+void qsl_zgepack_compact(int layout, int rows, int columns, complex_double* const* a, int lda,
                          double* ap, int ldap, int format, int nm) {
   const PackCall call = {{layout, rows, columns, lda, ldap, format, nm}, a, ap};
   wrapped(&call);

@@ -25,19 +25,26 @@
  * to 64 bytes (QSL_malloc()) is fastest.
  *
  * @code{.c}
- * // Solves A_k x_k = b_k for nm systems of order 3 that need no pivoting.
- * int format = qsl_get_format_compact(), info;
+ * // A_k x_k = b_k for two systems of order 2 that need no pivoting.
+ * complex_double a0[4] = {{2, 0}, {0, 2}, {1, 0}, {4, 0}}, b0[2] = {{2, 1}, {0, 6}};
+ * complex_double a1[4] = {{4, 0}, {2, 0}, {0, 1}, {3, 0}}, b1[2] = {{0, 5}, {3, 2}};
+ * complex_double *a[2] = {a0, a1}, *b[2] = {b0, b1};
  * const complex_double one = {1, 0};
- * double *ap = QSL_malloc(qsl_zget_size_compact(3, 3, format, nm), 64);
- * double *bp = QSL_malloc(qsl_zget_size_compact(3, 1, format, nm), 64);
- * qsl_zgepack_compact(CblasColMajor, 3, 3, a, 3, ap, 3, format, nm);
- * qsl_zgepack_compact(CblasColMajor, 3, 1, b, 3, bp, 3, format, nm);
- * qsl_zgetrfnp_compact(CblasColMajor, 3, 3, ap, 3, &info, format, nm);
- * qsl_ztrsm_compact(CblasColMajor, CblasLeft, CblasLower, CblasNoTrans, CblasUnit, 3, 1, &one, ap, 3,
- *                   bp, 3, format, nm);
- * qsl_ztrsm_compact(CblasColMajor, CblasLeft, CblasUpper, CblasNoTrans, CblasNonUnit, 3, 1, &one, ap,
- *                   3, bp, 3, format, nm);
- * qsl_zgeunpack_compact(CblasColMajor, 3, 1, b, 3, bp, 3, format, nm);
+ * const int column = CblasColMajor, format = qsl_get_format_compact();
+ * double* ap = (double*)QSL_malloc(qsl_zget_size_compact(2, 2, format, 2), 64);
+ * double* bp = (double*)QSL_malloc(qsl_zget_size_compact(2, 1, format, 2), 64);
+ * int info;
+ * qsl_zgepack_compact(column, 2, 2, a, 2, ap, 2, format, 2);
+ * qsl_zgepack_compact(column, 2, 1, b, 2, bp, 2, format, 2);
+ * qsl_zgetrfnp_compact(column, 2, 2, ap, 2, &info, format, 2);  // info is 0
+ * qsl_ztrsm_compact(column, CblasLeft, CblasLower, CblasNoTrans, CblasUnit, 2, 1, &one,
+ *                   ap, 2, bp, 2, format, 2);
+ * qsl_ztrsm_compact(column, CblasLeft, CblasUpper, CblasNoTrans, CblasNonUnit, 2, 1, &one,
+ *                   ap, 2, bp, 2, format, 2);
+ * qsl_zgeunpack_compact(column, 2, 1, b, 2, bp, 2, format, 2);
+ * // b0 is {1, 1i}; b1 is {1i, 1}
+ * QSL_free(ap);
+ * QSL_free(bp);
  * @endcode
  */
 #ifndef QSL_COMPACT_H
@@ -59,21 +66,21 @@ typedef enum QSL_COMPACT_PACK {
 /**
  * @brief The format that suits the processor best.
  *
- * @return QSL_COMPACT_AVX512 with AVX-512, QSL_COMPACT_AVX with AVX or AVX2, else QSL_COMPACT_SSE. In
- *         the reproducible mode COMPATIBLE it is QSL_COMPACT_SSE everywhere.
+ * @return QSL_COMPACT_AVX512 with AVX-512, QSL_COMPACT_AVX with AVX or AVX2, else
+ *         QSL_COMPACT_SSE. In the reproducible mode COMPATIBLE it is QSL_COMPACT_SSE everywhere.
  */
 QSL_API int qsl_get_format_compact(void);
 
 /**
  * @brief Bytes of a compact buffer without gaps between columns.
  *
- * @param rows     Rows of a matrix; also the leading dimension that is counted with (ldap = rows, in
- *                 row-major order ldap = columns).
+ * @param rows     Rows of a matrix; also the leading dimension that is counted with (ldap = rows,
+ *                 in row-major order ldap = columns).
  * @param columns  Columns of a matrix.
  * @param format   A format; with any other value the result has no meaning.
  * @param nm       Number of matrices.
- * @return 16 rows columns (nm rounded up to whole groups). The result is an int: one of 2 GiB or more
- *         wraps, which is not looked for.
+ * @return 16 rows columns (nm rounded up to whole groups). The result is an int: one of 2 GiB or
+ *         more wraps, which is not looked for.
  */
 QSL_API int qsl_zget_size_compact(int rows, int columns, int format, int nm);
 
@@ -85,14 +92,14 @@ QSL_API int qsl_zget_size_compact(int rows, int columns, int format, int nm);
  * @param columns  Columns of a matrix; with 0 or less nothing is done.
  * @param a        nm pointers to matrices, which are read.
  * @param lda      Leading dimension of the matrices, at least rows (row-major: columns).
- * @param ap       The buffer. Written are the places of the elements and, in a last group that is not
- *                 full, those of the missing matrices' elements, with zeros; nothing in the gaps
- *                 between columns (rows).
+ * @param ap       The buffer. Written are the places of the elements and, in a last group that is
+ *                 not full, those of the missing matrices' elements, with zeros; nothing in the
+ * gaps between columns (rows).
  * @param ldap     Leading dimension in the buffer, at least rows (row-major: columns).
  * @param format   The buffer's format. Any other value than the three means groups of one matrix.
  * @param nm       Number of matrices; with 0 or less nothing is done.
  */
-QSL_API void qsl_zgepack_compact(int layout, int rows, int columns, const complex_double* const* a,
+QSL_API void qsl_zgepack_compact(int layout, int rows, int columns, complex_double* const* a,
                                  int lda, double* ap, int ldap, int format, int nm);
 
 /**
@@ -116,10 +123,11 @@ QSL_API void qsl_zgeunpack_compact(int layout, int rows, int columns, complex_do
  *
  * L has ones on its diagonal, which are not stored, and U is upper triangular. Without pivoting the
  * factorisation is stable only for matrices that need none, such as diagonally dominant ones; the
- * error is bounded by the growth of the elements (N. J. Higham, "Accuracy and Stability of Numerical
- * Algorithms", chapter 9). A matrix with a zero pivot gets factors that are infinite or NaN, and the
- * other matrices are not touched by it. In the processor's own format |pivot|^2 is formed: pivots
- * beyond about 1e+-154 in magnitude are lost there, and good in the other two formats.
+ * error is bounded by the growth of the elements (N. J. Higham, "Accuracy and Stability of
+ * Numerical Algorithms", chapter 9). A matrix with a zero pivot gets factors that are infinite or
+ * NaN, and the other matrices are not touched by it. In the processor's own format |pivot|^2 is
+ * formed: pivots beyond about 1e+-154 in magnitude are lost there, and good in the other two
+ * formats.
  *
  * @param layout  CblasRowMajor or CblasColMajor.
  * @param m       Rows of a matrix; with 0 or less nothing is done.
@@ -137,8 +145,8 @@ QSL_API void qsl_zgetrfnp_compact(int layout, int m, int n, double* ap, int ldap
  * @brief Solves triangular systems with every matrix of a compact buffer:
  *        op(A) X = alpha B or X op(A) = alpha B.
  *
- * The opposite triangle of A is not read, nor is the diagonal when it is taken as ones. The error is
- * that of substitution (Higham, chapter 8), of each matrix by itself.
+ * The opposite triangle of A is not read, nor is the diagonal when it is taken as ones. The error
+ * is that of substitution (Higham, chapter 8), of each matrix by itself.
  *
  * @param layout  CblasRowMajor or CblasColMajor, of both buffers.
  * @param side    CblasLeft: op(A) X = alpha B. CblasRight: X op(A) = alpha B.

@@ -9,7 +9,8 @@
 ! The names are those of the C headers, which tell what each argument means; Fortran does not look at
 ! the case of letters, so dgemm is DGEMM. Arguments that C takes by value or by pointer are passed so
 ! by these interfaces, without anything that the caller has to write. Matrices are dummy arrays of
-! assumed size: an array of any shape, or the element at which a part of one starts, may be passed.
+! assumed size: an array of any shape, or the element at which a part of one starts, may be passed. An
+! array of pointers has the addresses of matrices, which c_loc gives.
 ! Complex numbers are complex(c_double_complex) and complex(c_float_complex), with the layout of the
 ! headers' complex_double and complex_float. Characters of options are single: the interfaces take no
 ! hidden lengths.
@@ -27,6 +28,20 @@ module qsl
   integer(c_int), parameter, public :: CblasTrans = 112
   integer(c_int), parameter, public :: CblasConjTrans = 113
 
+  ! CBLAS_UPLO
+  integer(c_int), parameter, public :: CblasUpper = 121
+  integer(c_int), parameter, public :: CblasLower = 122
+  ! CBLAS_DIAG
+  integer(c_int), parameter, public :: CblasNonUnit = 131
+  integer(c_int), parameter, public :: CblasUnit = 132
+  ! CBLAS_SIDE
+  integer(c_int), parameter, public :: CblasLeft = 141
+  integer(c_int), parameter, public :: CblasRight = 142
+  ! QSL_COMPACT_PACK
+  integer(c_int), parameter, public :: QSL_COMPACT_SSE = 181
+  integer(c_int), parameter, public :: QSL_COMPACT_AVX = 182
+  integer(c_int), parameter, public :: QSL_COMPACT_AVX512 = 183
+
   ! Vectors.
   public :: ddot, cblas_ddot, cblas_zaxpy, cblas_zcopy
   ! A band matrix times a vector.
@@ -35,6 +50,9 @@ module qsl
   public :: dgemm, cblas_dgemm, cblas_cgemm, cblas_zgemm
   ! Factorisation and solves.
   public :: dgetrf, lapacke_dgesv, lapacke_zgesv, lapacke_zgbsv
+  ! Batches of small matrices.
+  public :: qsl_get_format_compact, qsl_zget_size_compact, qsl_zgepack_compact, qsl_zgeunpack_compact
+  public :: qsl_zgetrfnp_compact, qsl_ztrsm_compact
   ! Memory.
   public :: qsl_malloc, qsl_free, qsl_free_buffers
 
@@ -224,6 +242,80 @@ module qsl
       integer(c_int), value :: ldb
       integer(c_int) :: lapacke_zgbsv
     end function
+
+    function qsl_get_format_compact() bind(c, name="qsl_get_format_compact")
+      import
+      integer(c_int) :: qsl_get_format_compact
+    end function
+
+    function qsl_zget_size_compact(rows, columns, format, nm) bind(c, name="qsl_zget_size_compact")
+      import
+      integer(c_int), value :: rows
+      integer(c_int), value :: columns
+      integer(c_int), value :: format
+      integer(c_int), value :: nm
+      integer(c_int) :: qsl_zget_size_compact
+    end function
+
+    subroutine qsl_zgepack_compact(layout, rows, columns, a, lda, ap, ldap, format, nm) &
+        bind(c, name="qsl_zgepack_compact")
+      import
+      integer(c_int), value :: layout
+      integer(c_int), value :: rows
+      integer(c_int), value :: columns
+      type(c_ptr), intent(in) :: a(*)
+      integer(c_int), value :: lda
+      real(c_double), intent(inout) :: ap(*)
+      integer(c_int), value :: ldap
+      integer(c_int), value :: format
+      integer(c_int), value :: nm
+    end subroutine
+
+    subroutine qsl_zgeunpack_compact(layout, rows, columns, a, lda, ap, ldap, format, nm) &
+        bind(c, name="qsl_zgeunpack_compact")
+      import
+      integer(c_int), value :: layout
+      integer(c_int), value :: rows
+      integer(c_int), value :: columns
+      type(c_ptr), intent(in) :: a(*)
+      integer(c_int), value :: lda
+      real(c_double), intent(in) :: ap(*)
+      integer(c_int), value :: ldap
+      integer(c_int), value :: format
+      integer(c_int), value :: nm
+    end subroutine
+
+    subroutine qsl_zgetrfnp_compact(layout, m, n, ap, ldap, info, format, nm) &
+        bind(c, name="qsl_zgetrfnp_compact")
+      import
+      integer(c_int), value :: layout
+      integer(c_int), value :: m
+      integer(c_int), value :: n
+      real(c_double), intent(inout) :: ap(*)
+      integer(c_int), value :: ldap
+      integer(c_int), intent(inout) :: info
+      integer(c_int), value :: format
+      integer(c_int), value :: nm
+    end subroutine
+
+    subroutine qsl_ztrsm_compact(layout, side, uplo, trans, diag, m, n, alpha, ap, ldap, bp, &
+        ldbp, format, nm) bind(c, name="qsl_ztrsm_compact")
+      import
+      integer(c_int), value :: layout
+      integer(c_int), value :: side
+      integer(c_int), value :: uplo
+      integer(c_int), value :: trans
+      integer(c_int), value :: diag
+      integer(c_int), value :: m
+      integer(c_int), value :: n
+      complex(c_double_complex), intent(in) :: alpha
+      real(c_double), intent(in) :: ap(*)
+      integer(c_int), value :: ldap
+      real(c_double), intent(inout) :: bp(*)
+      integer(c_int), value :: ldbp
+      integer(c_int), value :: format
+      integer(c_int), value :: nm
+    end subroutine
 
     ! The block, for c_f_pointer.
     function qsl_malloc(size, alignment) bind(c, name="QSL_malloc")

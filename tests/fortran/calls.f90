@@ -2,7 +2,7 @@
 ! exact.
 program calls
   use, intrinsic :: iso_c_binding, only: c_associated, c_double, c_double_complex, c_f_pointer, &
-    c_float_complex, c_int, c_intptr_t, c_ptr, c_size_t
+    c_float_complex, c_int, c_intptr_t, c_loc, c_ptr, c_size_t
   use qsl
   implicit none
   integer, parameter :: real = c_double, complex = c_double_complex, single = c_float_complex
@@ -13,6 +13,7 @@ program calls
   call band_product
   call systems
   call band_system
+  call compact_batch
   call memory
 
 contains
@@ -120,6 +121,50 @@ contains
     b = number([2, 3, 3], [1, 1, 0])
     info = lapacke_zgbsv(CblasColMajor, 3, 1, 1, 1, ab, 4, pivots, b, 3)
     call report('LAPACKE_zgbsv', info == 0 .and. all(abs(b - 1) < 1e-15_real))
+  end subroutine
+
+  ! The two systems of the header.
+  subroutine compact_batch
+    complex(complex), target :: a(2, 2, 2), b(2, 2)
+    complex(complex) :: known(2, 2)
+    type(c_ptr) :: matrices(2), sides(2)
+    real(real), allocatable :: ap(:), bp(:)
+    integer(c_int) :: format, info, bytes
+    integer :: k
+    a(:, :, 1) = reshape(number([2, 0, 1, 4], [0, 2, 0, 0]), [2, 2])
+    a(:, :, 2) = reshape(number([4, 2, 0, 3], [0, 0, 1, 0]), [2, 2])
+    b(:, 1) = number([2, 0], [1, 6])
+    b(:, 2) = number([0, 3], [5, 2])
+    known = reshape([one, i, i, one], [2, 2])
+    do k = 1, 2
+      matrices(k) = c_loc(a(1, 1, k))
+      sides(k) = c_loc(b(1, k))
+    end do
+    format = qsl_get_format_compact()
+    call report('qsl_get_format_compact', any(format == [QSL_COMPACT_SSE, QSL_COMPACT_AVX, QSL_COMPACT_AVX512]))
+    ! Three matrices of two by one take two groups of two, or one of four.
+    bytes = qsl_zget_size_compact(2, 1, QSL_COMPACT_SSE, 3)
+    call report('qsl_zget_size_compact', bytes == 128 .and. &
+      qsl_zget_size_compact(2, 1, QSL_COMPACT_AVX, 3) == bytes)
+    allocate(ap(qsl_zget_size_compact(2, 2, format, 2) / 8), bp(qsl_zget_size_compact(2, 1, format, 2) / 8))
+    call qsl_zgepack_compact(CblasColMajor, 2, 2, matrices, 2, ap, 2, format, 2)
+    call qsl_zgepack_compact(CblasColMajor, 2, 1, sides, 2, bp, 2, format, 2)
+    ! The first elements, then their imaginary parts; zeros where a matrix is missing.
+    call report('qsl_zgepack_compact', all(equal(ap(1:2), [2.0_real, 4.0_real])) .and. &
+      equal(sum(ap), 16.0_real + 3.0_real) .and. equal(sum(bp), 5.0_real + 14.0_real))
+    info = -1
+    call qsl_zgetrfnp_compact(CblasColMajor, 2, 2, ap, 2, info, format, 2)
+    call qsl_zgeunpack_compact(CblasColMajor, 2, 2, matrices, 2, ap, 2, format, 2)
+    ! L = [1 0; i 1] and U = [2 1; 0 4 - i], exactly.
+    call report('qsl_zgetrfnp_compact', info == 0 .and. same(a(2, 1, 1), i) .and. same(a(2, 2, 1), 4 - i))
+    call report('qsl_zgeunpack_compact', all(same(a(1, :, 1), [2 * one, one])) .and. &
+      all(same(a(1, :, 2), [4 * one, i])))
+    call qsl_ztrsm_compact(CblasColMajor, CblasLeft, CblasLower, CblasNoTrans, CblasUnit, 2, 1, one, ap, 2, bp, &
+      2, format, 2)
+    call qsl_ztrsm_compact(CblasColMajor, CblasLeft, CblasUpper, CblasNoTrans, CblasNonUnit, 2, 1, one, ap, 2, bp, &
+      2, format, 2)
+    call qsl_zgeunpack_compact(CblasColMajor, 2, 1, sides, 2, bp, 2, format, 2)
+    call report('qsl_ztrsm_compact', all(abs(b - known) < 1e-15_real))
   end subroutine
 
   subroutine memory

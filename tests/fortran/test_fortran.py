@@ -69,6 +69,8 @@ def fortran_argument(c_type, routine):
     """The declaration that the C type asks for; what is written may be inout or out."""
     if c_type == "void*" and routine.startswith("QSL_"):
         return {"type(c_ptr), value"}
+    if c_type.endswith("* const*"):  # addresses of matrices
+        return {"type(c_ptr), intent(in)"}
     base = c_type.replace("const", "").replace("*", "").strip()
     plain = COMPLEX[re.sub(r"^(cblas|LAPACKE)_", "", routine)[0].lower()] if base == "void" else PLAIN[base]
     if "*" not in c_type:
@@ -101,10 +103,11 @@ def test_the_module_makes_all_of_it_public():
     assert public == {name for _, _, name in interfaces().values()}
 
 
-def test_the_selectors_are_those_of_the_header():
-    header = dict(re.findall(r"^ +(Cblas\w+) = (\d+)", (SOURCE / "include" / "qsl" / "types.h").read_text(), re.M))
-    module = dict(re.findall(r"parameter, public :: (Cblas\w+) = (\d+)", MODULE.read_text()))
-    assert header and module == header
+def test_the_constants_are_those_of_the_headers():
+    headers = "".join((SOURCE / "include" / "qsl" / name).read_text() for name in ["types.h", "compact.h"])
+    expected = dict(re.findall(r"^ +((?:Cblas|QSL_COMPACT_)\w+) = (\d+)", headers, re.M))
+    module = dict(re.findall(r"parameter, public :: (\w+) = (\d+)", MODULE.read_text()))
+    assert expected and module == expected
 
 
 # --- Calls ------------------------------------------------------------------------------------------
