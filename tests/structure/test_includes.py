@@ -1,6 +1,6 @@
 """Which file may include which: the library's layers, read from its include lines.
 
-    include/qsl  <-  simd  <-  elements  <-  the groups of blas  <-  those of lapack  <-  later families
+    include/qsl  <-  simd  <-  elements  <-  the groups of blas  <-  those of lapack  <-  compact  <-  later families
     runtime stands beside them: it includes none of them, and all of them may include it.
 
 A group (a folder with a routines.h) is reached from outside through its routines.h alone; a family's
@@ -14,7 +14,7 @@ import pytest
 
 SOURCE = Path(__file__).resolve().parents[2]
 # In the order in which they stand on each other.
-FAMILIES = ["blas", "lapack"]
+FAMILIES = ["blas", "lapack", "compact"]
 LIBRARY = ["include", "simd", "elements", "runtime", *FAMILIES]
 
 # What kernels may ask of the runtime: work memory, a report that it was not to be had, the processor.
@@ -160,6 +160,9 @@ def test_a_group_keeps_its_level_files():
     ("blas/level1/kernels/routines.h", "runtime/verbose/wrapper.h"),
     ("blas/level1/kernels/dot.h", "blas/level1/levels/p4.cpp"),
     ("elements/groups.h", "runtime/memory/memory.h"),
+    ("lapack/kernels/small_lu.h", "compact/routines.h"),
+    ("compact/kernels/compact_lu.h", "lapack/kernels/lu_leaf.h"),
+    ("compact/entry.cpp", "compact/kernels/compact_lu.h"),
 ])
 def test_the_check_sees_a_wrong_include(path, included):
     assert objection(path, included)

@@ -13,7 +13,7 @@ LIBRARY = Path(os.environ["QSL_LIBRARY"])
 
 # Bytes. The whole library with all its families is to stay below 8 MB: a new family brings its row.
 BUDGET = {
-    "text": 2_400_000,
+    "text": 2_900_000,
     "level 1": 44_000,
     "level 2": 250_000,
     "level 3": 430_000,
@@ -21,12 +21,14 @@ BUDGET = {
     "band": 52_000,
     "factorisations": 1_050_000,
     "band systems": 42_000,
+    "compact": 420_000,
     "frame": 65_000,
 }
 
 # The family of a function by its name or, for a template, by what it is an instance of. The first
 # row that fits counts.
 FAMILIES = [
+    ("compact", r"compact_|_compact\b"),
     ("band systems", r"zgbtr[fs]\b|[Bb]and(Factors|Block|Elimination)|Multipliers|(short|long)_step|ScaledDivision|"
                      r"forward_steps|backward_steps|band_(lu|solve)|exchange_and_update|update_rows<|clear_fill"),
     ("factorisations", r"\b[dz](getr[fs]_\w+|laswp|omatcopy_t)\b|\blu_\w+|solve_(many_)?of_order|solve_transposed|nan_in_|"
