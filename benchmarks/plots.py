@@ -9,7 +9,7 @@ from runs import LEVELS
 # Speed relative to a base line.
 BASES = {"ddot": "openblas", "zaxpy": "openblas", "zcopy": "memcpy", "allocate": "malloc"}
 # Speed as such, below the bound.
-RATES = ["dgemm", "zgemm", "cgemm", "dgetrf"]
+RATES = ["dgemm", "zgemm", "cgemm", "dgetrf", "zgetrfnp_compact"]
 COLOURS = ["#9e9e9e", "#8d6e63", "#5c6bc0", "#26a69a", "#d32f2f", "#7b1fa2", "#ef6c00", "#212121"]
 WIDTH, HEIGHT, LEFT, RIGHT, TOP, BOTTOM = 760, 420, 60, 170, 40, 50
 
