@@ -28,6 +28,7 @@ echo "  $(QSL_VERBOSE=1 "$bin/employment" | grep '^QSL_VERBOSE DGEMM')"
 show "$bin/stiffness"
 show "$bin/softest_shape"
 show "$bin/telephone_line"
+show "$bin/block_jacobi"
 echo
 echo "The level is chosen by the processor, and the same program runs at every lower one:"
 types="2"
