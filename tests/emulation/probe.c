@@ -58,6 +58,31 @@ static void complex_vectors(void) {
   }
 }
 
+/* Two systems whose pivots are powers of two. */
+static void compact_batches(void) {
+  complex_double a0[4] = {{2, 0}, {0, 2}, {1, 0}, {4, 1}}, b0[2] = {{2, 1}, {-1, 6}};
+  complex_double a1[4] = {{4, 0}, {2, 0}, {0, 2}, {2, 1}}, b1[2] = {{0, 8}, {4, 4}};
+  complex_double *a[2] = {a0, a1}, *b[2] = {b0, b1};
+  const complex_double one = {1, 0};
+  const int format = qsl_get_format_compact();
+  double ap[64], bp[32];
+  int info = -1;
+  require(qsl_zget_size_compact(2, 2, format, 2) <= (int)sizeof ap, "qsl_zget_size_compact");
+  qsl_zgepack_compact(CblasColMajor, 2, 2, a, 2, ap, 2, format, 2);
+  qsl_zgepack_compact(CblasColMajor, 2, 1, b, 2, bp, 2, format, 2);
+  qsl_zgetrfnp_compact(CblasColMajor, 2, 2, ap, 2, &info, format, 2);
+  qsl_ztrsm_compact(CblasColMajor, CblasLeft, CblasLower, CblasNoTrans, CblasUnit, 2, 1, &one, ap,
+                    2, bp, 2, format, 2);
+  qsl_ztrsm_compact(CblasColMajor, CblasLeft, CblasUpper, CblasNoTrans, CblasNonUnit, 2, 1, &one,
+                    ap, 2, bp, 2, format, 2);
+  qsl_zgeunpack_compact(CblasColMajor, 2, 1, b, 2, bp, 2, format, 2);
+  require(info == 0, "qsl_zgetrfnp_compact");
+  require(b0[0].real == 1 && b0[0].imag == 0 && b0[1].real == 0 && b0[1].imag == 1,
+          "the first compact system");
+  require(b1[0].real == 0 && b1[0].imag == 1 && b1[1].real == 2 && b1[1].imag == 0,
+          "the second compact system");
+}
+
 static void memory(void) {
   void* block = QSL_malloc(1000, 64);
   require(block != NULL && (uintptr_t)block % 64 == 0, "QSL_malloc");
@@ -92,6 +117,7 @@ int main(int argc, char** argv) {
   }
   dot_products();
   complex_vectors();
+  compact_batches();
   memory();
   print_slots(argc - 1, argv + 1);
   puts("results ok");
