@@ -27,17 +27,24 @@ QSL_INLINE void set_quotient(const double* d, double* diagonal, double* divisor)
     diagonal[0] = 1;
     *divisor = *d;
   } else {
-    const double re = d[0];
-    const double im = d[1];
+    double re = d[0];
+    double im = d[1];
+    double one = 1;
+    // The divisor is up to twice the greater part.
+    if (magnitude(re) > 0x1p1022 || magnitude(im) > 0x1p1022) [[unlikely]] {
+      one = 0.25;
+      re *= one;
+      im *= one;
+    }
     if (magnitude(re) >= magnitude(im)) {
       const double ratio = im / re;
-      diagonal[0] = 1;
-      diagonal[1] = -ratio;
+      diagonal[0] = one;
+      diagonal[1] = -ratio * one;
       *divisor = re + im * ratio;
     } else {
       const double ratio = re / im;
-      diagonal[0] = ratio;
-      diagonal[1] = -1;
+      diagonal[0] = ratio * one;
+      diagonal[1] = -one;
       *divisor = im + re * ratio;
     }
   }

@@ -4,9 +4,13 @@
 
 namespace qsl {
 
-// From now on a forked child finds every lock of the library free. Called before a lock is taken,
-// so that a process which is merely linked with the library forks as it would without.
+// Has a forked child find every lock of the library free. Called at load, before a program can have
+// handlers of its own that take its locks: those are then taken before the library's, as they are
+// by a call that it makes under them.
 void survive_forks();
+
+// Told by every lock that is taken. While there was none a fork goes on as without the library.
+void note_lock();
 
 // False while no lock was ever taken: then there is nothing to release either.
 bool any_lock_was_taken();

@@ -5,7 +5,10 @@
 
 extern "C" {
 
-void qsl_process_attach() { qsl_mm_bind_backend(); }
+void qsl_process_attach() {
+  qsl_mm_bind_backend();
+  qsl::survive_forks();
+}
 
 void qsl_thread_detach() {
   qsl_thread_state_free();

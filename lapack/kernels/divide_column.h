@@ -15,8 +15,9 @@ inline constexpr double safe_minimum = 0x1p-1022;
 template <class Elements>
 QSL_INLINE bool has_reciprocal(const double* divisor) {
   if constexpr (Elements::parts == 1) {
-    const f64x2 magnitude = absolute(f64x2{f64::load(divisor).v});
-    return f64{magnitude.v} >= f64{_mm_set_sd(safe_minimum)};
+    const f64 size = {absolute(f64x2{f64::load(divisor).v}).v};
+    const f64 least = {_mm_set_sd(safe_minimum)};
+    return size >= least;
   } else {
     return *divisor >= safe_minimum && *divisor <= 0x1.fffffffffffffp1023;
   }

@@ -119,6 +119,8 @@ class TransposedSystem {
   using Factor = RegisterFactor<parts, Narrow>;
 
  public:
+  // The arrays are set as far as they are used.
+  // cppcheck-suppress uninitMemberVar
   QSL_INLINE TransposedSystem(int trans, int n, const double* a, int lda)
       : conjugated_(trans == 2), n_(n), a_(a), lda_(lda) {
     for (int k = 0; k < n; k++) {

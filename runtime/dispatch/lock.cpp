@@ -11,7 +11,7 @@ volatile int trace_binding_lock = 0;
 constexpr int kSpinLimit = 5000;
 
 void spin_acquire(volatile int* word) {
-  survive_forks();
+  note_lock();
   int passes = 0;
   for (;;) {
     int expected = 0;

@@ -36,10 +36,10 @@ void yield();
 // Ends the process at once: no exit handlers, no destructors, nothing flushed but standard output.
 void terminate_process(int code);
 
-// Has `before` called by a thread that is about to fork, and one of the others in each process
-// afterwards. Once, even if this was called more than once, by several threads, with the same three
-// functions. Nothing to do where processes don't fork.
-void at_fork(void (*before)(), void (*in_parent)(), void (*in_child)());
+// Has `before` called by a thread that is about to fork, `in_parent` afterwards if that was true,
+// and `in_child` in any case; once each, even if this was called more than once with the same three.
+// False when there is no memory for it. Nothing to do where processes don't fork.
+bool at_fork(bool (*before)(), void (*in_parent)(), void (*in_child)());
 
 // Copies the value of an environment variable: its length when it fits with its zero; the size
 // needed, zero included, when it does not; 0 when it is unset or empty. Variables are ignored in a

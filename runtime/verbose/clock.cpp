@@ -31,13 +31,24 @@ std::uint64_t serialised_time_stamp() {
 // Both counters at one moment.
 struct Stamps {
   std::uint64_t per_second = 0, ticks = 0;
-  std::uint64_t cycles;
+  std::uint64_t cycles = 0;
   bool good;
 
+  // The thread may be interrupted between the two readings: of some pairs the closest one counts.
   Stamps() {
-    good = platform::performance_frequency(&per_second) && per_second > 0 &&
-           platform::performance_counter(&ticks);
-    cycles = time_stamp();
+    constexpr int kPairs = 5;
+    good = platform::performance_frequency(&per_second) && per_second > 0;
+    std::uint64_t closest = ~std::uint64_t{0};
+    for (int i = 0; i < kPairs && good; ++i) {
+      std::uint64_t now = 0;
+      const std::uint64_t before = time_stamp();
+      good = platform::performance_counter(&now);
+      const std::uint64_t distance = time_stamp() - before;
+      if (distance >= closest) continue;
+      closest = distance;
+      ticks = now;
+      cycles = before + distance / 2;
+    }
   }
 
   // Time stamps a second from then on; 0 when a counter gave nothing or the time is not above the

@@ -1,4 +1,6 @@
 // Forks beside threads that hold the library's locks.
+#include <pthread.h>
+#include <stdio.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,6 +16,7 @@
 #include "runtime/config/threads.h"
 #include "runtime/dispatch/lock.h"
 #include "runtime/dispatch/reproducibility.h"
+#include "runtime/fork.h"
 #include "runtime/memory/high_bandwidth.h"
 #include "runtime/memory/locks.h"
 #include "runtime/memory/memory.h"
@@ -48,7 +51,8 @@ int exit_code_of_child(const std::function<int()>& function) {
   const pid_t child = fork();
   if (child == 0) {
     alarm(kSecondsAtMost);
-    std::exit(function());
+    const int code = function();
+    std::_Exit(code);
   }
   int status = 0;
   if (waitpid(child, &status, 0) != child || !WIFEXITED(status)) return -1;
@@ -146,15 +150,16 @@ TEST(Fork, ChildFindsTheWordsOfOtherThreadsFree) {
   }
 }
 
-// Whoever holds the lock of the hooks waits for the loader, and perhaps for the thread that forks.
-TEST(Fork, DoesNotWaitForTheTraceHooks) {
-  qsl_lock_acquire(&memory::totals_lock);
-  qsl_lock_release(&memory::totals_lock);
-  spin_acquire(&trace_binding_lock);
-  alarm(kSecondsAtMost);
-  EXPECT_EQ(exit_code_of_child(use_everything), kGood);
-  alarm(0);
-  spin_release(&trace_binding_lock);
+// Whoever holds one of these may be waiting for the thread that forks: by the loader or by the
+// reader of what is printed.
+TEST(Fork, DoesNotWaitForLocksUnderWhichOthersAreWaitedFor) {
+  for (volatile int* lock : {&trace_binding_lock, &banner_lock, &memory::setup_lock}) {
+    spin_acquire(lock);
+    alarm(kSecondsAtMost);
+    EXPECT_EQ(exit_code_of_child(use_everything), kGood);
+    alarm(0);
+    spin_release(lock);
+  }
 }
 
 TEST(Fork, ManyForksAtOnce) {
@@ -163,17 +168,19 @@ TEST(Fork, ManyForksAtOnce) {
   });
 }
 
-// The first locks of many threads at once, each of which forks right after.
-TEST(Fork, FirstLocksAndForksRace) {
-  for (int round = 0; round < 20; ++round) {
+// In a process of its own, where no lock was taken yet.
+void expect_good_child(const std::string& argument, int times) {
+  for (int i = 0; i < times; ++i) {
     int code = 0;
-    frame_test::output_of_child("--first-locks", &code);
-    ASSERT_EQ(code, kGood);
+    const std::string text = frame_test::output_of_child(argument, &code);
+    ASSERT_EQ(code, kGood) << argument << ", " << i << ": " << text;
   }
 }
 
+// The first locks of many threads at once, each of which forks right after.
+TEST(Fork, FirstLocksAndForksRace) { expect_good_child("--first-locks", 20); }
+
 int first_locks() {
-  alarm(kSecondsAtMost);
   std::atomic<bool> good{true};
   frame_test::race(4, [&] {
     QSL_free(QSL_malloc(10, 64));
@@ -182,11 +189,98 @@ int first_locks() {
   return good ? kGood : 1;
 }
 
+// A handler that the C library calls after the library's own, being registered before it.
+std::atomic<int> window{0};  // 1: wait at a fork until it is 2
+
+void wait_in_fork() {
+  if (window != 1) return;
+  window = 2;
+  while (window != 3) std::this_thread::yield();
+}
+
+[[gnu::constructor(101)]] void register_first() { pthread_atfork(wait_in_fork, nullptr, nullptr); }
+
+// These objects stand in for the shared library, which does this when it is loaded.
+[[gnu::constructor(102)]] void as_at_load() { survive_forks(); }
+
+// The first lock of all is taken between the handlers and the fork itself.
+TEST(Fork, FirstLockInTheMiddleOfAFork) { expect_good_child("--first-lock-in-a-fork", 3); }
+
+int first_lock_in_a_fork() {
+  window = 1;
+  std::thread user([] {
+    while (window != 2) std::this_thread::yield();
+    for (volatile int* lock : {&clock_lock, &qsl_init_lock, &memory::registry_lock}) {
+      qsl_lock_acquire(lock);
+    }
+    window = 3;
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    for (volatile int* lock : {&clock_lock, &qsl_init_lock, &memory::registry_lock}) {
+      qsl_lock_release(lock);
+    }
+  });
+  const int code = exit_code_of_child([] {
+    for (volatile int* lock : {&clock_lock, &qsl_init_lock, &memory::registry_lock}) {
+      qsl_lock_acquire(lock);
+      qsl_lock_release(lock);
+    }
+    return use_everything();
+  });
+  user.join();
+  return code;
+}
+
+// A program that calls the library under its own lock, and takes that lock before it forks.
+TEST(Fork, AProgramsOwnHandlersComeFirst) { expect_good_child("--own-handlers", 1); }
+
+pthread_mutex_t own_mutex = PTHREAD_MUTEX_INITIALIZER;
+void lock_own_mutex() { pthread_mutex_lock(&own_mutex); }
+void unlock_own_mutex() { pthread_mutex_unlock(&own_mutex); }
+
+int own_handlers() {
+  pthread_atfork(lock_own_mutex, unlock_own_mutex, unlock_own_mutex);
+  std::atomic<bool> stop{false};
+  std::thread worker([&] {
+    while (!stop) {
+      lock_own_mutex();
+      QSL_free(QSL_malloc(100, 64));
+      QSL_Free_Buffers();
+      unlock_own_mutex();
+    }
+  });
+  bool good = true;
+  for (int i = 0; i < 100; ++i) good = exit_code_of_child(use_everything) == kGood && good;
+  stop = true;
+  worker.join();
+  return good ? kGood : 1;
+}
+
+// The banner waits for standard output, which the thread that forks holds.
+TEST(Fork, BesideABannerThatWaitsToBePrinted) {
+  frame_test::set_variable("QSL_VERBOSE", "1");
+  expect_good_child("--banner", 1);
+  frame_test::set_variable("QSL_VERBOSE", nullptr);
+}
+
+int fork_beside_banner() {
+  flockfile(stdout);
+  std::thread printer([] { qsl_verbose_print(0, "F()", 1); });
+  while (__atomic_load_n(&banner_lock, __ATOMIC_ACQUIRE) == 0) std::this_thread::yield();
+  const int code = exit_code_of_child([] { return kGood; });
+  funlockfile(stdout);
+  printer.join();
+  return code;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   const std::string what = argc == 2 ? argv[1] : "";
+  if (!what.empty()) alarm(kSecondsAtMost);
   if (what == "--first-locks") return first_locks();
+  if (what == "--first-lock-in-a-fork") return first_lock_in_a_fork();
+  if (what == "--own-handlers") return own_handlers();
+  if (what == "--banner") return fork_beside_banner();
   ::testing::InitGoogleTest(&argc, argv);
   return RUN_ALL_TESTS();
 }

@@ -86,5 +86,29 @@ TEST(Scaling, ColumnsOfAllSizes) {
   }
 }
 
+// The modulus of such a pivot, and the sum of its parts, are beyond the range; its quotients are
+// not.
+TEST(Scaling, PivotsAtTheTopOfTheRange) {
+  for (const int n : {2, 5, 8, 16, 17, 40}) {
+    for (const double size : {8e307, 1.2e308, 1.7e308}) {
+      for (const double sign : {1.0, -1.0}) {
+        Matrix<complex_double> a(n, n), b(n, 1);
+        for (int i = 0; i < n; i++) a(i, i) = {size, 0};
+        a(0, 0) = {size, sign * size};
+        a(1, 0) = {size / 4, 0};
+        for (int i = 0; i < n; i++) b(i, 0) = a(i, 0);
+        const auto solved = solve(a, b, {}, {});
+        ASSERT_EQ(solved.status, 0);
+        EXPECT_NEAR(solved.factors(1, 0).real, 0.125, 1e-15) << n << ", " << size;
+        EXPECT_NEAR(solved.factors(1, 0).imag, -0.125 * sign, 1e-15) << n << ", " << size;
+        for (int i = 0; i < n; i++) {
+          EXPECT_NEAR(solved.x(i, 0).real, i == 0 ? 1 : 0, 1e-15) << n << ", " << size;
+          EXPECT_NEAR(solved.x(i, 0).imag, 0, 1e-15) << n << ", " << size;
+        }
+      }
+    }
+  }
+}
+
 }  // namespace
 }  // namespace lapack_test

@@ -22,11 +22,12 @@ TEST(LateCrt, OutlivesTheProgramsOwnReference) {
   ASSERT_NE(live, nullptr);
   const HMODULE library = LoadLibraryA(QSL_LIBRARY);
   ASSERT_NE(library, nullptr);
-  const auto allocate =
-      reinterpret_cast<void* (*)(std::size_t, int)>(GetProcAddress(library, "QSL_malloc"));
-  const auto release = reinterpret_cast<void (*)(void*)>(GetProcAddress(library, "QSL_free"));
-  const auto release_all =
-      reinterpret_cast<void (*)()>(GetProcAddress(library, "QSL_Free_Buffers"));
+  const auto symbol = [library](const char* name) {
+    return reinterpret_cast<void*>(GetProcAddress(library, name));
+  };
+  const auto allocate = reinterpret_cast<void* (*)(std::size_t, int)>(symbol("QSL_malloc"));
+  const auto release = reinterpret_cast<void (*)(void*)>(symbol("QSL_free"));
+  const auto release_all = reinterpret_cast<void (*)()>(symbol("QSL_Free_Buffers"));
   const LONG before = *live;
   void* p = allocate(1000, 64);
   ASSERT_NE(p, nullptr);

@@ -8,7 +8,7 @@ void yield() { SwitchToThread(); }
 
 void terminate_process(int code) { TerminateProcess(GetCurrentProcess(), static_cast<UINT>(code)); }
 
-void at_fork(void (*)(), void (*)(), void (*)()) {}
+bool at_fork(bool (*)(), void (*)(), void (*)()) { return true; }
 
 std::size_t environment(const char* name, char* buffer, std::size_t size) {
   return GetEnvironmentVariableA(name, buffer, static_cast<DWORD>(size));

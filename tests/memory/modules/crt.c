@@ -1,5 +1,5 @@
-/* Stand-in for a C runtime of the newer family, as a plug-in may bring one with it. It allocates from
- * the process heap and counts; the library asks it for nothing else here. */
+/* Stand-in for a C runtime of the newer family, as a plug-in may bring one with it. It allocates
+ * from the process heap and counts; the library asks it for nothing else here. */
 #include <windows.h>
 
 __declspec(dllexport) volatile LONG crt_live = 0;
