@@ -37,8 +37,8 @@ void yield();
 void terminate_process(int code);
 
 // Has `before` called by a thread that is about to fork, `in_parent` afterwards if that was true,
-// and `in_child` in any case; once each, even if this was called more than once with the same three.
-// False when there is no memory for it. Nothing to do where processes don't fork.
+// and `in_child` in any case; once each, even if this was called more than once with the same
+// three. False when there is no memory for it. Nothing to do where processes don't fork.
 bool at_fork(bool (*before)(), void (*in_parent)(), void (*in_child)());
 
 // Copies the value of an environment variable: its length when it fits with its zero; the size
