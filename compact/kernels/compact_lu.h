@@ -104,7 +104,7 @@ QSL_INLINE void compact_group_lu(int m, int n, int row, int column, double* a) {
 template <class Group>
 [[gnu::noinline]] void compact_lu(const CompactMatrices* matrices, double* a) {
   for (int g = matrices->groups; g > 0; --g, a += matrices->group) {
-    for (int lane = 0; lane < Group::size; lane += Group::V::lanes) {
+    for (int lane = 0; lane != Group::size; lane += Group::V::lanes) {
       compact_group_lu<Group>(matrices->m, matrices->n, matrices->row, matrices->column, a + lane);
     }
   }

@@ -50,7 +50,7 @@ QSL_INLINE void compact_small_steps(double* a, int ld) {
 template <class Group, int n, bool by_rows>
 [[gnu::noinline]] void compact_small_lu(double* a, int ld, int groups) {
   for (; groups > 0; --groups, a += n * ld) {
-    for (int lane = 0; lane < Group::size; lane += Group::V::lanes) {
+    for (int lane = 0; lane != Group::size; lane += Group::V::lanes) {
       compact_small_steps<Group, n, by_rows>(a + lane, ld);
     }
   }

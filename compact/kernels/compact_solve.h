@@ -74,40 +74,39 @@ QSL_INLINE void compact_substitute(const CompactRightSides& b, bool unit, const 
   }
 }
 
+// One register's lanes of a group. The triangle is lower, its diagonal starts at a.
+template <class Group>
+QSL_INLINE void compact_solve_lanes(const CompactSolve* solve, const CompactRightSides& b,
+                                    const double* alpha, FactorKind kind, const double* a,
+                                    int a_row, int a_column, double* x) {
+  if (kind == FactorKind::zero) return compact_fill_zero<Group>(b, x);
+  if (kind == FactorKind::general) compact_scale<Group>(b, alpha, x);
+  if (solve->conjugate) {
+    compact_substitute<Group, true>(b, solve->unit != 0, a, a_row, a_column, x);
+  } else {
+    compact_substitute<Group, false>(b, solve->unit != 0, a, a_row, a_column, x);
+  }
+}
+
 template <class Group>
 [[gnu::noinline]] void compact_solve(const CompactSolve* solve, const double* alpha,
                                      FactorKind kind) {
-  constexpr int unit = Group::unit;
-  const CompactRightSides b = {solve->m, solve->n, solve->b_row * unit, solve->b_column * unit};
+  constexpr int unit = Group::unit, size = Group::size, lanes = Group::V::lanes;
+  CompactRightSides b = {solve->m, solve->n, solve->b_row * unit, solve->b_column * unit};
   int a_row = solve->a_row * unit, a_column = solve->a_column * unit;
-  const int groups = compact_groups(solve->nm, Group::size);
   const double* a = solve->a;
   double* x = solve->b;
-  CompactRightSides from_start = b;
   if (!solve->lower) {
     a += (solve->m - 1) * (a_row + a_column);
     x += (solve->m - 1) * b.row;
     a_row = -a_row;
     a_column = -a_column;
-    from_start.row = -b.row;
+    b.row = -b.row;
   }
-  const int a_step = solve->a_group * unit;
-  const int b_step = solve->b_group * unit;
-  for (int g = 0; g < groups; ++g) {
-    for (int lane = 0; lane < Group::size; lane += Group::V::lanes) {
-      double* at = x + lane;
-      if (kind == FactorKind::zero) {
-        compact_fill_zero<Group>(from_start, at);
-        continue;
-      }
-      if (kind == FactorKind::general) compact_scale<Group>(from_start, alpha, at);
-      if (solve->conjugate) {
-        compact_substitute<Group, true>(from_start, solve->unit != 0, a + lane, a_row, a_column,
-                                        at);
-      } else {
-        compact_substitute<Group, false>(from_start, solve->unit != 0, a + lane, a_row, a_column,
-                                         at);
-      }
+  const int a_step = solve->a_group * unit, b_step = solve->b_group * unit;
+  for (int groups = compact_groups(solve->nm, size); groups > 0; --groups) {
+    for (int lane = 0; lane < size; lane += lanes) {
+      compact_solve_lanes<Group>(solve, b, alpha, kind, a + lane, a_row, a_column, x + lane);
     }
     a += a_step;
     x += b_step;
