@@ -54,7 +54,8 @@ def groups(build):
         known = [re.compile(group.pattern.format("[^/]+")) for group in GROUPS if group.program == program]
         others = [name.split("/")[0] for name in listed.stdout.split()
                   if not any(pattern.search(name) for pattern in known)]
-        found += [Group(routine, program, f"^{re.escape(routine)}/{{}}/", share=0.5)
+        # Names are letters, digits, _ and -, which stand for themselves.
+        found += [Group(routine, program, f"^{routine}/{{}}/", share=0.5)
                   for routine in dict.fromkeys(others)]
     return found
 

@@ -45,6 +45,23 @@ struct CompactSquare<f64x4, size> {
     upper_half(even).store(to[2] + at);
     upper_half(odd).store(to[3] + at);
   }
+  // Two elements that follow each other, in half the stores.
+  QSL_INLINE static void unpack_two(const double* from, double* const* to, int at) {
+    const double* next = from + 2 * size;
+    const f64x4 re = f64x4::load(from), im = f64x4::load(from + size);
+    const f64x4 next_re = f64x4::load(next), next_im = f64x4::load(next + size);
+    const f64x4 even = unpack_lower(re, im), next_even = unpack_lower(next_re, next_im);
+    combine(lower_half(even), lower_half(next_even)).store(to[0] + at);
+    join_upper(even, next_even).store(to[2] + at);
+    const f64x4 odd = unpack_upper(re, im), next_odd = unpack_upper(next_re, next_im);
+    combine(lower_half(odd), lower_half(next_odd)).store(to[1] + at);
+    join_upper(odd, next_odd).store(to[3] + at);
+  }
+
+ private:
+  QSL_INLINE static f64x4 join_upper(f64x4 a, f64x4 b) {
+    return {_mm256_permute2f128_pd(a.v, b.v, 0x31)};
+  }
 };
 #endif
 
@@ -90,7 +107,14 @@ template <int size>
     for (int r = shape->runs; r > 0; --r) {
       const double* from = start;
       const int end = 2 * shape->run;
-      for (int at = 0; at < end; at += 2) {
+      int at = 0;
+      if constexpr (V::lanes == 4) {
+        for (; at + 2 < end; at += 4) {
+          CompactSquare<V, size>::unpack_two(from, to, at);
+          from += 4 * size;
+        }
+      }
+      for (; at < end; at += 2) {
         CompactSquare<V, size>::unpack(from, to, at);
         from += 2 * size;
       }
