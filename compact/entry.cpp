@@ -8,6 +8,17 @@
 
 namespace qsl::compact {
 
+// Numbers wrap: a product of sizes that is out of range belongs to a batch that there can't be, or
+// to a call that has nothing to do.
+static int wrapped_product(int a, int b) {
+  return static_cast<int>(static_cast<unsigned>(a) * static_cast<unsigned>(b));
+}
+
+// The index of a format's code, which is any number.
+static int index_of(int code) {
+  return static_cast<int>(static_cast<unsigned>(code) - QSL_COMPACT_SSE);
+}
+
 // Matrices of a group, by the format's index.
 static int group_size(int index) { return index < 0 || index > 2 ? 1 : 2 << index; }
 
@@ -24,7 +35,7 @@ struct Copy {
         columns(columns_),
         lda(lda_),
         ldap(ldap_),
-        format(code - QSL_COMPACT_SSE),
+        format(index_of(code)),
         nm(nm_) {}
 
   bool by_rows() const { return layout == 'R'; }
@@ -109,11 +120,11 @@ struct TrsmCall {
     solve.a = ap;
     solve.a_row = transposed ? ldap : 1;
     solve.a_column = transposed ? 1 : ldap;
-    solve.a_group = solve.m * ldap;
+    solve.a_group = wrapped_product(solve.m, ldap);
     solve.b = bp;
     solve.b_row = left ? 1 : ldbp;
     solve.b_column = left ? ldbp : 1;
-    solve.b_group = columns * ldbp;
+    solve.b_group = wrapped_product(columns, ldbp);
     solve.format = format;
     solve.nm = nm;
     qsl_dispatch_ztrsm_compact(&solve);
@@ -162,7 +173,7 @@ int qsl_get_format_compact() {
 }
 
 int qsl_zget_size_compact(int rows, int columns, int format, int nm) {
-  const int size = group_size(format - QSL_COMPACT_SSE);
+  const int size = group_size(index_of(format));
   const int rest = nm % size;
   const unsigned matrices = static_cast<unsigned>(nm) + (rest != 0 ? size - rest : 0);
   return static_cast<int>(16u * static_cast<unsigned>(rows) * static_cast<unsigned>(columns) *
@@ -204,7 +215,7 @@ void qsl_ztrsm_compact(int layout, int side, int uplo, int trans, int diag, int 
                          ldap,
                          bp,
                          ldbp,
-                         format - QSL_COMPACT_SSE,
+                         index_of(format),
                          nm};
   wrapped(&call);
 }

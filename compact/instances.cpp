@@ -82,7 +82,7 @@ void zgetrfnp_compact(int by_rows, int m, int n, double* ap, int ldap, int forma
 }
 
 void ztrsm_compact(const CompactSolve* solve) {
-  if (solve->m <= 0 || solve->n <= 0) return;
+  if (solve->m <= 0 || solve->n <= 0 || solve->nm <= 0) return;
   const FactorCopy<DoubleComplex> alpha(solve->alpha);
   const FactorKind kind = alpha.kind();
   with_compact_group(solve->format, [&](auto group) QSL_INLINE_LAMBDA {

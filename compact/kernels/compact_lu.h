@@ -6,7 +6,7 @@
 // goes through the same operations as with single steps, in the same order.
 //
 // The pivots' reciprocals are plain in the processor's own format, where long rows of factors are
-// made; other formats take Smith's, which is right over the whole range of numbers. The error bound
+// made; other formats take Smith's, which is right between about 1e-308 and 9e307. The error bound
 // is that of elimination without pivoting (N. J. Higham, "Accuracy and Stability of Numerical
 // Algorithms", section 9.3), of each matrix by itself.
 #pragma once

@@ -22,7 +22,9 @@
  *
  * No function here checks its arguments, reports an error or allocates memory. All may be called
  * from several threads at once on different data. Arrays may lie at any address; a buffer aligned
- * to 64 bytes (QSL_malloc()) is fastest.
+ * to 64 bytes (QSL_malloc()) is fastest. Matrices that a last group lacks are computed like the
+ * others, with zeros: their divisions by zero raise floating-point exceptions, which matters to a
+ * program that has these unmasked.
  *
  * @code{.c}
  * // A_k x_k = b_k for two systems of order 2 that need no pivoting.
@@ -67,7 +69,8 @@ typedef enum QSL_COMPACT_PACK {
  * @brief The format that suits the processor best.
  *
  * @return QSL_COMPACT_AVX512 with AVX-512, QSL_COMPACT_AVX with AVX or AVX2, else
- *         QSL_COMPACT_SSE. In the reproducible mode COMPATIBLE it is QSL_COMPACT_SSE everywhere.
+ *         QSL_COMPACT_SSE. A fixed branch of the reproducible mode counts as the
+ *         processor of its name, COMPATIBLE as one without AVX.
  */
 QSL_API int qsl_get_format_compact(void);
 
@@ -94,7 +97,7 @@ QSL_API int qsl_zget_size_compact(int rows, int columns, int format, int nm);
  * @param lda      Leading dimension of the matrices, at least rows (row-major: columns).
  * @param ap       The buffer. Written are the places of the elements and, in a last group that is
  *                 not full, those of the missing matrices' elements, with zeros; nothing in the
- * gaps between columns (rows).
+ *                 gaps between columns (rows).
  * @param ldap     Leading dimension in the buffer, at least rows (row-major: columns).
  * @param format   The buffer's format. Any other value than the three means groups of one matrix.
  * @param nm       Number of matrices; with 0 or less nothing is done.
@@ -126,8 +129,8 @@ QSL_API void qsl_zgeunpack_compact(int layout, int rows, int columns, complex_do
  * error is bounded by the growth of the elements (N. J. Higham, "Accuracy and Stability of
  * Numerical Algorithms", chapter 9). A matrix with a zero pivot gets factors that are infinite or
  * NaN, and the other matrices are not touched by it. In the processor's own format |pivot|^2 is
- * formed: pivots beyond about 1e+-154 in magnitude are lost there, and good in the other two
- * formats.
+ * formed: pivots beyond about 1e+-154 in magnitude are lost there. The other two formats are good
+ * for pivots between about 1e-308 and 9e307.
  *
  * @param layout  CblasRowMajor or CblasColMajor.
  * @param m       Rows of a matrix; with 0 or less nothing is done.
@@ -146,7 +149,8 @@ QSL_API void qsl_zgetrfnp_compact(int layout, int m, int n, double* ap, int ldap
  *        op(A) X = alpha B or X op(A) = alpha B.
  *
  * The opposite triangle of A is not read, nor is the diagonal when it is taken as ones. The error
- * is that of substitution (Higham, chapter 8), of each matrix by itself.
+ * is that of substitution (Higham, chapter 8), of each matrix by itself, for diagonal elements
+ * between about 1e-308 and 9e307 in magnitude: a row is multiplied by the reciprocal.
  *
  * @param layout  CblasRowMajor or CblasColMajor, of both buffers.
  * @param side    CblasLeft: op(A) X = alpha B. CblasRight: X op(A) = alpha B.

@@ -42,7 +42,8 @@ inline int group_size(int format) {
 // The format that is native to the processor type of this run.
 inline int native_format() {
   const char* type = std::getenv("QSL_DEBUG_CPU_TYPE");
-  const int number = type == nullptr ? 0 : std::atoi(type);
+  if (type == nullptr) return qsl_get_format_compact();
+  const int number = std::atoi(type);
   if (number == 9) return QSL_COMPACT_AVX512;
   return number >= 6 ? QSL_COMPACT_AVX : QSL_COMPACT_SSE;
 }

@@ -147,7 +147,8 @@ TEST(CompactCopy, LongRuns) {
 
 TEST(CompactCopy, AnyOtherFormatHasGroupsOfOne) {
   for (const int layout : layouts) {
-    for (const int format : {0, 1, 180, 184, -1, std::numeric_limits<int>::max()}) {
+    for (const int format :
+         {0, 1, 180, 184, -1, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
       for (const int nm : {0, 1, 3}) check({layout, 3, 4, 5, format, nm}, 4, 0);
     }
   }
