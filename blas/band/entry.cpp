@@ -119,9 +119,10 @@ struct Conjugate {
 // The n elements from the base on, `step` elements apart. Zeros that stay keep their sign.
 static void conjugate(int n, complex_double* base, unsigned step, bool zeros_stay = false) {
   constexpr std::size_t size = sizeof(complex_double);
-  auto at = reinterpret_cast<std::uintptr_t>(base);
+  // (As numbers: an element may lie at any address.)
+  auto at = reinterpret_cast<std::uintptr_t>(base) + offsetof(complex_double, imag);
   for (; n > 0; n--, at += step * size) {
-    auto* imag = &reinterpret_cast<complex_double*>(at)->imag;
+    auto* imag = reinterpret_cast<double*>(at);
     if (!(zeros_stay && is_zero(imag))) reinterpret_cast<DoubleBits*>(imag)->high ^= sign;
   }
 }
